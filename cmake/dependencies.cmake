@@ -1,0 +1,109 @@
+# The libraries that the project builds with, and where they come from:
+#   upstream  each project's own repository at a pinned commit; what releases are built from. The variable
+#             FETCHCONTENT_SOURCE_DIR_<NAME> (QUILL, FMT, JSON, GOOGLETEST) points it at a local tree.
+#   registry  what a bare Debian 12 machine gets from its package managers.
+#   auto      upstream if its repositories can be reached, else registry.
+set(CORVEL_DEPENDENCIES auto CACHE STRING "Where libraries come from: auto, upstream or registry")
+set_property(CACHE CORVEL_DEPENDENCIES PROPERTY STRINGS auto upstream registry)
+
+include(FetchContent)
+
+set(CORVEL_QUILL_REPOSITORY https://github.com/odygrd/quill.git)
+
+# Sets ${result} to what CORVEL_DEPENDENCIES asks for. A probe's answer is kept, so that a later change of the network
+# does not change the libraries under a build folder.
+function(corvel_choose_provider result)
+  if(NOT CORVEL_DEPENDENCIES STREQUAL "auto")
+    set(${result} ${CORVEL_DEPENDENCIES} PARENT_SCOPE)
+    return()
+  endif()
+  if(NOT DEFINED CACHE{CORVEL_PROBED_PROVIDER})
+    find_program(CORVEL_GIT git)
+    mark_as_advanced(CORVEL_GIT)
+    set(status 1)
+    if(CORVEL_GIT)
+      execute_process(
+        COMMAND ${CMAKE_COMMAND} -E env GIT_TERMINAL_PROMPT=0
+                ${CORVEL_GIT} ls-remote --exit-code ${CORVEL_QUILL_REPOSITORY} HEAD
+        TIMEOUT 5 RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
+    endif()
+    if(status EQUAL 0)
+      set(CORVEL_PROBED_PROVIDER upstream CACHE INTERNAL "")
+    else()
+      set(CORVEL_PROBED_PROVIDER registry CACHE INTERNAL "")
+    endif()
+  endif()
+  set(${result} ${CORVEL_PROBED_PROVIDER} PARENT_SCOPE)
+endfunction()
+
+macro(corvel_declare_upstream)
+  FetchContent_Declare(quill GIT_REPOSITORY ${CORVEL_QUILL_REPOSITORY}
+    GIT_TAG a46bb136261b375d16809cb582a4093996277eab SYSTEM) # 7.5.0
+  FetchContent_Declare(fmt GIT_REPOSITORY https://github.com/fmtlib/fmt.git
+    GIT_TAG 0c9fce2ffefecfdce794e1859584e25877b7b592 SYSTEM) # 11.0.2
+  FetchContent_Declare(json GIT_REPOSITORY https://github.com/nlohmann/json.git
+    GIT_TAG 9cca280a4d0ccf0c08f47a99aa71d1b0e52f8d03 SYSTEM) # 3.11.3
+  FetchContent_Declare(googletest GIT_REPOSITORY https://github.com/google/googletest.git
+    GIT_TAG b514bdc898e2951020cbdca1304b75f5950d1f59 SYSTEM) # 1.15.2
+  FetchContent_MakeAvailable(quill fmt json)
+  set(CORVEL_QUILL_INCLUDE ${quill_SOURCE_DIR}/include)
+  set(CORVEL_FMT_INCLUDE ${fmt_SOURCE_DIR}/include)
+  set(CORVEL_JSON_INCLUDE ${json_SOURCE_DIR}/include)
+endmacro()
+
+macro(corvel_declare_registry)
+  set(packages ${CMAKE_BINARY_DIR}/packages)
+  if(NOT EXISTS ${packages}/usr/include/quill/Backend.h)
+    execute_process(COMMAND ${CMAKE_SOURCE_DIR}/cmake/fetch_quill.sh ${packages} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+  # /usr/include as a whole belongs to the host's compiler; link just these two out of it.
+  foreach(library fmt nlohmann)
+    if(NOT EXISTS /usr/include/${library})
+      message(FATAL_ERROR "/usr/include/${library} is missing; scripts/setup installs it")
+    endif()
+    file(CREATE_LINK /usr/include/${library} ${packages}/usr/include/${library} SYMBOLIC)
+  endforeach()
+  set(CORVEL_QUILL_INCLUDE ${packages}/usr/include)
+  set(CORVEL_FMT_INCLUDE ${packages}/usr/include)
+  set(CORVEL_JSON_INCLUDE ${packages}/usr/include)
+
+  foreach(target quill::quill fmt::fmt-header-only nlohmann_json::nlohmann_json)
+    add_library(${target} INTERFACE IMPORTED)
+    target_include_directories(${target} INTERFACE ${packages}/usr/include)
+  endforeach()
+  target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+  FetchContent_Declare(googletest SOURCE_DIR /usr/src/googletest SYSTEM)
+endmacro()
+
+# Makes GTest::gmock available; only the tests call it.
+macro(corvel_add_googletest)
+  set(INSTALL_GTEST OFF)
+  set(gtest_force_shared_crt OFF)
+  FetchContent_MakeAvailable(googletest)
+endmacro()
+
+function(corvel_print_version name header pattern)
+  file(STRINGS ${header} lines REGEX ${pattern})
+  string(REGEX MATCHALL "[{ ][0-9]+" numbers "${lines}")
+  string(REGEX REPLACE "[{ ]" "" numbers "${numbers}")
+  list(JOIN numbers "." version)
+  message(STATUS "  ${name} ${version}")
+endfunction()
+
+corvel_choose_provider(CORVEL_PROVIDER)
+message(STATUS "Dependencies: ${CORVEL_PROVIDER}")
+if(CORVEL_PROVIDER STREQUAL "upstream")
+  corvel_declare_upstream()
+elseif(CORVEL_PROVIDER STREQUAL "registry")
+  corvel_declare_registry()
+else()
+  message(FATAL_ERROR "CORVEL_DEPENDENCIES is '${CORVEL_DEPENDENCIES}'; it takes auto, upstream or registry")
+endif()
+corvel_print_version(Quill ${CORVEL_QUILL_INCLUDE}/quill/Backend.h "Version(Major|Minor|Patch)[{]")
+if(EXISTS ${CORVEL_FMT_INCLUDE}/fmt/base.h)
+  corvel_print_version({fmt} ${CORVEL_FMT_INCLUDE}/fmt/base.h "define FMT_VERSION ")
+else()
+  corvel_print_version({fmt} ${CORVEL_FMT_INCLUDE}/fmt/core.h "define FMT_VERSION ")
+endif()
+corvel_print_version(nlohmann-json ${CORVEL_JSON_INCLUDE}/nlohmann/detail/abi_macros.hpp
+  "^#define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH)")

@@ -1,0 +1,61 @@
+#include "config/load.h"
+
+#include "config/environment.h"
+#include "config/file.h"
+#include "config/record.h"
+#include "logger/log.h"
+#include "system_win32/file_system.h"
+#include "system_win32/paths.h"
+#include "winconv/convert.h"
+#include "winconv/fatal_exception.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace Config {
+
+namespace {
+
+constexpr int file_permissions = 0644;
+
+void generate_host_id_if_missing(Record& record) {
+    if (!record.host_id.is_nil() || read_environment("HOST_ID")) {
+        return;
+    }
+    record.host_id = Uuid::generate();
+    LOG_DEBUG(Logger::main, "Generated host_id {}", record.host_id.text());
+    const auto path = System::get_config_file_path();
+    if (const auto error = write_atomically(path, serialise(record), file_permissions)) {
+        throw WinConv::CorvelFatalException(
+            fmt::format("Couldn't write generated host id to config file: {}", error.message()));
+    }
+}
+
+} // namespace
+
+void config_read_persistent() {
+    const auto path = System::get_config_file_path();
+    try {
+        if (!System::path_exists(path)) {
+            return;
+        }
+        LOG_DEBUG(Logger::main, "Reading config from {}", WinConv::native_to_utf8(path.native()));
+        from_json(nlohmann::json::parse(read(path)), current());
+    } catch (const nlohmann::json::exception& error) {
+        throw WinConv::CorvelFatalException(fmt::format("Config file is malformed: {}", error.what()));
+    } catch (const std::exception& error) {
+        throw WinConv::CorvelFatalException(fmt::format("Failed to read config file: {}", error.what()));
+    }
+}
+
+void config_load(bool generate_host_id) {
+    config_read_persistent();
+    Record& record = current();
+    if (generate_host_id) {
+        generate_host_id_if_missing(record);
+    }
+    apply_environment(record);
+    LOG_DEBUG(Logger::main, "Loaded configuration: {}", serialise(record));
+}
+
+} // namespace Config

@@ -1,0 +1,14 @@
+#pragma once
+
+namespace Config {
+
+/// Fills the record of current() from the configuration file, if there is one, and then from the environment.
+/// With `generate_host_id`, a machine without an identity (none in the file, no HOST_ID) gets a random one, which is
+/// written to the file at once. Throws CorvelFatalException if the file cannot be read, is malformed, or cannot be
+/// written.
+void config_load(bool generate_host_id);
+
+/// The file's part of config_load().
+void config_read_persistent();
+
+} // namespace Config

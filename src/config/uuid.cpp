@@ -1,0 +1,63 @@
+#include "config/uuid.h"
+
+#include "winconv/convert.h"
+#include "winconv/owned.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <new>
+
+namespace Config {
+
+namespace {
+
+constexpr std::size_t text_length = 36;
+
+void free_rpc_string(RPC_WSTR text) noexcept {
+    RpcStringFreeW(&text);
+}
+using RpcString = WinConv::Owned<RPC_WSTR, free_rpc_string>;
+
+} // namespace
+
+Uuid Uuid::parse(std::string_view text) {
+    std::wstring native = WinConv::utf8_to_native(text);
+    Uuid uuid;
+    if (UuidFromStringW(reinterpret_cast<RPC_WSTR>(native.data()), &uuid.value_) != RPC_S_OK) {
+        UuidCreateNil(&uuid.value_);
+    }
+    return uuid;
+}
+
+Uuid Uuid::generate() {
+    Uuid uuid;
+    UuidCreate(&uuid.value_);
+    return uuid;
+}
+
+bool Uuid::is_nil() const {
+    UUID value = value_;
+    RPC_STATUS status = RPC_S_OK;
+    return UuidIsNil(&value, &status) != 0;
+}
+
+std::string Uuid::text() const {
+    UUID value = value_;
+    RPC_WSTR buffer = nullptr;
+    if (UuidToStringW(&value, &buffer) != RPC_S_OK) {
+        throw std::bad_alloc();
+    }
+    const RpcString owner(buffer);
+    return WinConv::native_to_utf8(reinterpret_cast<const wchar_t*>(owner.get())).substr(0, text_length);
+}
+
+void to_json(nlohmann::json& json, const Uuid& uuid) {
+    json = uuid.text();
+}
+
+void from_json(const nlohmann::json& json, Uuid& uuid) {
+    uuid = Uuid::parse(json.get_ref<const std::string&>());
+}
+
+} // namespace Config

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <quill/LogMacros.h>
+#include <quill/Logger.h>
+
+namespace Logger {
+
+/// The named loggers, set by init_loggers() and valid until the process ends. A statement reads
+/// `LOG_ERROR(Logger::main, "error {}", code)`. It records the enclosing function's name, so it never stands inside
+/// a lambda.
+extern quill::Logger* api;
+extern quill::Logger* comm;
+extern quill::Logger* dll;
+extern quill::Logger* main;
+extern quill::Logger* pkg_report;
+extern quill::Logger* pkg_update;
+
+} // namespace Logger

@@ -1,0 +1,44 @@
+#include "main/dispatch.h"
+
+#include "config/load.h"
+#include "main/console.h"
+#include "winconv/fatal_exception.h"
+
+namespace Commands {
+
+namespace {
+
+constexpr auto usage = "Usage: corvelctl set <key> <value> ...\n"
+                       "  or   corvelctl create_support_bundle [--exclude wu]\n"
+                       "  or   corvelctl verify_release <metadata-file> <signature-file>\n"
+                       "\n"
+                       "Example: corvelctl set tenant_id <UUID>\n"
+                       "  or     corvelctl create_support_bundle\n";
+
+} // namespace
+
+int dispatch(std::span<const std::string> arguments) {
+    try {
+        if (!arguments.empty() && arguments.front() == "set") {
+            return set(arguments.subspan(1));
+        }
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        Console::print_error("{}\n", fatal.text());
+        return exit_failure;
+    }
+    Console::write_output(usage);
+    return exit_failure;
+}
+
+bool load_configuration() {
+    try {
+        // Only the agent gives its machine an identity.
+        Config::config_load(false);
+        return true;
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        Console::print_error("Fatal exception occurred loading config: {}\n", fatal.text());
+        return false;
+    }
+}
+
+} // namespace Commands

@@ -1,0 +1,109 @@
+#include "main/dispatch.h"
+
+#include "config/file.h"
+#include "config/record.h"
+#include "main/console.h"
+#include "svcquery_win32/service.h"
+#include "system_win32/file_system.h"
+#include "system_win32/paths.h"
+
+#include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
+
+#include <type_traits>
+#include <unordered_map>
+
+namespace Commands {
+
+namespace {
+
+constexpr int file_permissions = 0644;
+
+using Pairs = std::unordered_map<std::string, std::string>;
+
+Pairs collect_pairs(std::span<const std::string> arguments) {
+    Pairs pairs;
+    for (; !arguments.empty(); arguments = arguments.subspan(2)) {
+        pairs.insert_or_assign(arguments[0], arguments[1]);
+    }
+    return pairs;
+}
+
+// Stores the value in the field; prints why not and returns false if it is not good.
+template <typename T>
+bool apply_value(const char* key, const std::string& text, T& field) {
+    try {
+        auto value = Config::text_to_value<T>(text);
+        if constexpr (std::is_same_v<T, Config::Uuid>) {
+            if (value.is_nil()) {
+                Console::print_error("Error: {} must be a valid UUID and not nil\n", key);
+                return false;
+            }
+        }
+        field = std::move(value);
+        return true;
+    } catch (const nlohmann::json::exception& error) {
+        Console::print_error("Error parsing value for {}: {}\n", key, error.what());
+        return false;
+    }
+}
+
+// Applies the pairs whose key is known, and removes them. Every value is tried, so that one run names all bad ones.
+bool apply_pairs(Pairs& pairs, Config::Record& record) {
+    bool all_values_good = true;
+    Config::for_each_key([&](const char* key, auto member) {
+        if (const auto pair = pairs.extract(key)) {
+            all_values_good = apply_value(key, pair.mapped(), record.*member) && all_values_good;
+        }
+    });
+    return all_values_good;
+}
+
+bool write_configuration(const Config::Record& record) {
+    const auto path = System::get_config_file_path();
+    if (const auto error = System::create_directories(path.parent_path())) {
+        Console::print_error("Could not create config directory: {}\n", error.message());
+        return false;
+    }
+    if (const auto error = Config::write_atomically(path, Config::serialise(record), file_permissions)) {
+        Console::print_error("Could not write new config: {}\n", error.message());
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int set(std::span<const std::string> pairs) {
+    if (pairs.size() % 2 != 0) {
+        Console::print_error("The set command must have an even number of arguments\n");
+        return exit_failure;
+    }
+    if (!load_configuration()) {
+        return exit_failure;
+    }
+    Config::Record& record = Config::current();
+    Pairs unknown = collect_pairs(pairs);
+    if (!apply_pairs(unknown, record)) {
+        return exit_failure;
+    }
+    if (!unknown.empty()) {
+        Console::print_error("Unknown key/value pairs: {}\n", unknown);
+        return exit_failure;
+    }
+    if (!write_configuration(record)) {
+        return exit_failure;
+    }
+    if (record.tenant_id.is_nil()) {
+        Console::print_error("Tenant ID must be configured to non-nil value to start agent.\n");
+        return exit_failure;
+    }
+    if (const auto restarted = Service::restart_corvel_service(); !restarted.has_value()) {
+        Console::print("{}\n", restarted.error());
+        Console::print(
+            "Please restart the corvel-tracker service manually so that the changes can go into effect.\n");
+    }
+    return exit_success;
+}
+
+} // namespace Commands

@@ -1,0 +1,147 @@
+#include "svcquery_win32/service.h"
+
+#include "logger/log.h"
+#include "winconv/error_text.h"
+#include "winconv/owned.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+
+namespace Service {
+
+namespace {
+
+constexpr auto service_name = L"corvel-tracker";
+
+constexpr DWORD wait_limit_ms = 30000;
+constexpr DWORD least_poll_ms = 1000;
+constexpr DWORD longest_poll_ms = 10000;
+
+void close_service(SC_HANDLE handle) noexcept {
+    CloseServiceHandle(handle);
+}
+using ServiceHandle = WinConv::Owned<SC_HANDLE, close_service>;
+
+Error last_error(fmt::format_string<std::string> text) {
+    const DWORD code = GetLastError();
+    return {fmt::format(text, WinConv::format_error_code(code))};
+}
+
+// The agent service, open, with the manager that it was opened through.
+struct AgentService {
+    ServiceHandle manager;
+    ServiceHandle service;
+};
+
+Result<AgentService> open_corvel_service(DWORD manager_rights, DWORD service_rights) {
+    AgentService opened;
+    opened.manager.reset(OpenSCManagerW(nullptr, SERVICES_ACTIVE_DATABASEW, manager_rights));
+    if (!opened.manager) {
+        return last_error("error opening service manager: {}");
+    }
+    opened.service.reset(OpenServiceW(opened.manager.get(), service_name, service_rights));
+    if (!opened.service) {
+        return last_error("error opening service manager on corvel service: {}");
+    }
+    return opened;
+}
+
+Result<SERVICE_STATUS> query_status(SC_HANDLE service) {
+    SERVICE_STATUS status{};
+    if (QueryServiceStatus(service, &status) == 0) {
+        return last_error("error querying service manager for corvel service info: {}");
+    }
+    return status;
+}
+
+Result<> stop(SC_HANDLE service) {
+    const auto status = query_status(service);
+    if (!status.has_value()) {
+        return Error{status.error()};
+    }
+    if (status.value().dwCurrentState == SERVICE_STOPPED) {
+        return {};
+    }
+    if (status.value().dwCurrentState != SERVICE_STOP_PENDING) {
+        SERVICE_STATUS after{};
+        if (ControlService(service, SERVICE_CONTROL_STOP, &after) == 0) {
+            return last_error("error stopping corvel service: {}");
+        }
+    }
+    return wait_for_service_state(service, SERVICE_STOPPED, SERVICE_STOP_PENDING);
+}
+
+void set_delayed_auto_start(SC_HANDLE service) {
+    SERVICE_DELAYED_AUTO_START_INFO info{TRUE};
+    if (ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &info) == 0) {
+        LOG_ERROR(Logger::main, "error setting corvel service to delayed auto start: {}",
+                  WinConv::format_error_code(GetLastError()));
+    }
+}
+
+} // namespace
+
+const char* service_state_name(DWORD state) {
+    constexpr std::array names = {
+        "SERVICE_STOPPED",          "SERVICE_START_PENDING", "SERVICE_STOP_PENDING", "SERVICE_RUNNING",
+        "SERVICE_CONTINUE_PENDING", "SERVICE_PAUSE_PENDING", "SERVICE_PAUSED",
+    };
+    return state >= SERVICE_STOPPED && state <= names.size() ? names[state - SERVICE_STOPPED]
+                                                             : "service_status_unknown";
+}
+
+Result<std::string> query_corvel_service_status() {
+    const auto opened = open_corvel_service(SC_MANAGER_ENUMERATE_SERVICE, SERVICE_QUERY_STATUS);
+    if (!opened.has_value()) {
+        return Error{opened.error()};
+    }
+    const auto status = query_status(opened.value().service.get());
+    if (!status.has_value()) {
+        return Error{status.error()};
+    }
+    return std::string(service_state_name(status.value().dwCurrentState));
+}
+
+Result<> restart_corvel_service() {
+    const auto opened = open_corvel_service(SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
+    if (!opened.has_value()) {
+        return Error{opened.error()};
+    }
+    const SC_HANDLE service = opened.value().service.get();
+    if (auto stopped = stop(service); !stopped.has_value()) {
+        return stopped;
+    }
+    set_delayed_auto_start(service);
+    if (StartServiceW(service, 0, nullptr) == 0) {
+        return last_error("error starting corvel service: {}");
+    }
+    return wait_for_service_state(service, SERVICE_RUNNING, SERVICE_START_PENDING);
+}
+
+Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending) {
+    const DWORD start = GetTickCount();
+    for (;;) {
+        const auto status = query_status(service);
+        if (!status.has_value()) {
+            return Error{status.error()};
+        }
+        const DWORD state = status.value().dwCurrentState;
+        if (state == expected) {
+            return {};
+        }
+        if (state != pending) {
+            return Error{fmt::format("error unexpected corvel service state:{0} expected:{1}",
+                                     service_state_name(state), service_state_name(expected))};
+        }
+        // The difference stays right when the tick counter wraps.
+        if (GetTickCount() - start > wait_limit_ms) {
+            return Error{fmt::format("error timeout reached corvel service state change to {}",
+                                     service_state_name(expected))};
+        }
+        Sleep(std::clamp(status.value().dwWaitHint / 10, least_poll_ms, longest_poll_ms));
+    }
+}
+
+} // namespace Service

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <filesystem>
+#include <system_error>
+
+namespace System {
+
+/// Tells whether something stands at `path`. The system's answers of the not-found kind (no such file or folder, bad
+/// network path, invalid name, not a folder) mean no. Throws std::filesystem::filesystem_error for the operation
+/// "exists" with the Windows error on any other failure.
+bool path_exists(const std::filesystem::path& path);
+
+/// Creates the folder and every missing parent. Returns the Windows error of the first one that cannot be created;
+/// a folder that is there already is no error.
+std::error_code create_directories(const std::filesystem::path& folder);
+
+} // namespace System

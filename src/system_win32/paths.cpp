@@ -1,0 +1,54 @@
+#include "system_win32/paths.h"
+
+#include "system_win32/file_system.h"
+#include "winconv/error_text.h"
+#include "winconv/fatal_exception.h"
+#include "winconv/owned.h"
+
+#include <fmt/format.h>
+
+#include <windows.h>
+
+#include <knownfolders.h>
+#include <objbase.h>
+#include <shlobj.h>
+
+#include <array>
+
+namespace System {
+
+namespace {
+
+void free_task_memory(void* memory) noexcept {
+    CoTaskMemFree(memory);
+}
+using TaskString = WinConv::Owned<wchar_t*, free_task_memory>;
+
+} // namespace
+
+std::filesystem::path get_config_file_path() {
+    wchar_t* buffer = nullptr;
+    const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, 0, nullptr, &buffer);
+    const TaskString program_data(buffer);
+    if (FAILED(result)) {
+        throw WinConv::CorvelFatalException("Could not resolve program data directory");
+    }
+    return std::filesystem::path(program_data.get()) / L"corvel" / L"corvel.json";
+}
+
+std::filesystem::path get_temp_directory(bool create) {
+    std::array<wchar_t, MAX_PATH + 1> buffer{};
+    const UINT length = GetWindowsDirectoryW(buffer.data(), MAX_PATH);
+    // A length beyond the capacity means that nothing was stored.
+    if (length == 0 || length > MAX_PATH) {
+        throw WinConv::CorvelFatalException(fmt::format("Could not resolve Windows directory : {}",
+                                                        WinConv::format_error_code(GetLastError())));
+    }
+    auto folder = std::filesystem::path(buffer.data()) / L"Temp" / L"corvel";
+    if (create && !path_exists(folder) && CreateDirectoryW(folder.c_str(), nullptr) == 0) {
+        throw std::filesystem::filesystem_error("create_directory", folder, WinConv::last_error());
+    }
+    return folder;
+}
+
+} // namespace System

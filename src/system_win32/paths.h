@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+
+namespace System {
+
+/// Returns the configuration file's path: "corvel\corvel.json" in the machine-wide program-data folder.
+/// Throws CorvelFatalException if the system does not name that folder.
+std::filesystem::path get_config_file_path();
+
+/// Returns the agent's scratch folder: "Temp\corvel" in the Windows directory, whatever TEMP says. With `create`, makes
+/// sure that something stands there, its parent being left alone. Throws CorvelFatalException if the system does not
+/// name the Windows directory, std::filesystem::filesystem_error for the operation "exists" or "create_directory".
+std::filesystem::path get_temp_directory(bool create);
+
+} // namespace System

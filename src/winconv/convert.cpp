@@ -1,0 +1,65 @@
+#include "winconv/convert.h"
+
+#include "logger/log.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+
+namespace WinConv {
+
+namespace {
+
+// A length for the system's int parameters. One that does not fit becomes 0, which the system refuses.
+int api_length(std::size_t length) {
+    return length <= INT_MAX ? static_cast<int>(length) : 0;
+}
+
+template <typename Char>
+void cut_at_nul(std::basic_string<Char>& text, int converted) {
+    text.resize(static_cast<std::size_t>(converted));
+    text.erase(std::find(text.begin(), text.end(), Char{}), text.end());
+}
+
+} // namespace
+
+std::wstring utf8_to_native(std::string_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const int length = api_length(text.size());
+    std::wstring native(text.size() + 1, L'\0');
+    const int converted = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, native.data(), length);
+    if (converted == 0) {
+        LOG_CRITICAL(Logger::main, "Multi-byte to UCS-2 conversion failed for string \"{}\" (error code: {})", text,
+                     GetLastError());
+        return {};
+    }
+    cut_at_nul(native, converted);
+    return native;
+}
+
+std::string native_to_utf8(std::wstring_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const int length = api_length(text.size());
+    const int needed = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    if (needed == 0) {
+        LOG_CRITICAL(Logger::main, "UCS-2 to multi-byte conversion failed (error code: {})", GetLastError());
+        return {};
+    }
+    std::string utf8(static_cast<std::size_t>(needed) + 1, '\0');
+    const int converted =
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), needed, nullptr, nullptr);
+    if (converted == 0) {
+        LOG_CRITICAL(Logger::main, "UCS-2 to multi-byte conversion failed (error code: {})", GetLastError());
+        return {};
+    }
+    cut_at_nul(utf8, converted);
+    return utf8;
+}
+
+} // namespace WinConv
