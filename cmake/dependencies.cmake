@@ -77,8 +77,8 @@ endmacro()
 
 # Makes GTest::gmock available; only the tests call it.
 macro(corvel_add_googletest)
+  set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
   set(INSTALL_GTEST OFF)
-  set(gtest_force_shared_crt OFF)
   FetchContent_MakeAvailable(googletest)
 endmacro()
 

@@ -31,8 +31,9 @@ std::error_code posix_error() {
 // One file of the C library.
 class File {
 public:
-    File(const std::filesystem::path& path, int flags, int mode = 0)
-        : descriptor_(_wsopen(path.c_str(), flags | _O_BINARY | _O_NOINHERIT, _SH_DENYNO, mode)) {}
+    File(const std::filesystem::path& path, int flags, int mode = 0) {
+        errno = _wsopen_s(&descriptor_, path.c_str(), flags | _O_BINARY | _O_NOINHERIT, _SH_DENYNO, mode);
+    }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     ~File() {
@@ -57,7 +58,7 @@ public:
     }
 
 private:
-    int descriptor_;
+    int descriptor_ = -1;
 };
 
 bool is_worth_retrying(int error) {

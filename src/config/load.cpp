@@ -40,7 +40,7 @@ void config_read_persistent() {
             return;
         }
         LOG_DEBUG(Logger::main, "Reading config from {}", WinConv::native_to_utf8(path.native()));
-        from_json(nlohmann::json::parse(read(path)), current());
+        from_json(parse_json(read(path)), current());
     } catch (const nlohmann::json::exception& error) {
         throw WinConv::CorvelFatalException(fmt::format("Config file is malformed: {}", error.what()));
     } catch (const std::exception& error) {

@@ -19,7 +19,7 @@ static void to_json(nlohmann::json& json, const LogLevelConfig& config) {
 }
 
 static void from_json(const nlohmann::json& json, LogLevelConfig& config) {
-    config = parse_log_level_config(json.get_ref<const std::string&>());
+    config = parse_log_level_config(json.get<std::string>());
 }
 
 } // namespace Logger
@@ -41,7 +41,7 @@ static void to_json(nlohmann::json& json, SelfUpdateProfile profile) {
 }
 
 static void from_json(const nlohmann::json& json, SelfUpdateProfile& profile) {
-    const auto& name = json.get_ref<const std::string&>();
+    const auto name = json.get<std::string>();
     const auto* const found = std::ranges::find(profile_names, name);
     if (found == profile_names.end()) {
         throw nlohmann::json::other_error::create(
@@ -60,6 +60,13 @@ Record::Record() : webapp_addr(default_webapp_addr), self_update_addr(default_se
 Record& current() {
     static Record record;
     return record;
+}
+
+nlohmann::json parse_json(std::string_view text) {
+    if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
+        throw nlohmann::json::parse_error::create(101, nul + 1, "NUL byte in JSON text", nullptr);
+    }
+    return nlohmann::json::parse(text);
 }
 
 void from_json(const nlohmann::json& json, Record& record) {

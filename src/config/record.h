@@ -47,6 +47,10 @@ void for_each_key(const Visitor& visit) {
 /// The process's one configuration record: defaults until config_load(). Main thread only.
 Record& current();
 
+/// Parses JSON text; comments are not allowed. Throws nlohmann::json::parse_error, also at a NUL byte, which the
+/// library by itself takes for the end of the text.
+nlohmann::json parse_json(std::string_view text);
+
 /// Stores the keys that the JSON value holds; the others stay as they are, and a value that is no object holds none.
 /// Throws nlohmann::json::exception at the first value of the wrong type, the earlier ones being stored by then.
 void from_json(const nlohmann::json& json, Record& record);

@@ -57,7 +57,7 @@ void to_json(nlohmann::json& json, const Uuid& uuid) {
 }
 
 void from_json(const nlohmann::json& json, Uuid& uuid) {
-    uuid = Uuid::parse(json.get_ref<const std::string&>());
+    uuid = Uuid::parse(json.get<std::string>());
 }
 
 } // namespace Config

@@ -37,9 +37,12 @@ struct LoggerRow {
 };
 
 constexpr LoggerRow logger_table[] = {
-    {"api", &api, nullptr},   {"comm", &comm, nullptr},
-    {"dll", &dll, nullptr},   {"main", &main, nullptr},
-    {"pkg_report", &pkg_report, nullptr}, {"pkg_update", &pkg_update, &pkg_update_capture},
+    {"api", &api, nullptr},
+    {"comm", &comm, nullptr},
+    {"dll", &dll, nullptr},
+    {"main", &main, nullptr},
+    {"pkg_report", &pkg_report, nullptr},
+    {"pkg_update", &pkg_update, &pkg_update_capture},
 };
 
 constexpr auto line_pattern =

@@ -13,8 +13,8 @@ namespace Logger {
 namespace {
 
 constexpr std::array<std::string_view, 12> level_names = {
-    "tracel3", "tracel2", "tracel1", "debug",    "info",      "notice",
-    "warning", "error",   "critical", "backtrace", "none",    "dynamic",
+    "tracel3", "tracel2", "tracel1",  "debug",     "info", "notice",
+    "warning", "error",   "critical", "backtrace", "none", "dynamic",
 };
 
 constexpr std::array<Level, 12> levels_by_name = {
@@ -37,7 +37,8 @@ Level parse_level(std::string_view name) {
 void apply_item(std::string_view item, LogLevelConfig& config) {
     const auto equals = item.find('=');
     if (equals != std::string_view::npos && equals + 1 < item.size()) {
-        config.logger_levels.insert_or_assign(std::string(item.substr(0, equals)), parse_level(item.substr(equals + 1)));
+        config.logger_levels.insert_or_assign(std::string(item.substr(0, equals)),
+                                              parse_level(item.substr(equals + 1)));
     } else {
         config.default_level = parse_level(item.substr(0, equals));
     }

@@ -100,8 +100,7 @@ int set(std::span<const std::string> pairs) {
     }
     if (const auto restarted = Service::restart_corvel_service(); !restarted.has_value()) {
         Console::print("{}\n", restarted.error());
-        Console::print(
-            "Please restart the corvel-tracker service manually so that the changes can go into effect.\n");
+        Console::print("Please restart the corvel-tracker service manually so that the changes can go into effect.\n");
     }
     return exit_success;
 }

@@ -137,8 +137,8 @@ Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending
         }
         // The difference stays right when the tick counter wraps.
         if (GetTickCount() - start > wait_limit_ms) {
-            return Error{fmt::format("error timeout reached corvel service state change to {}",
-                                     service_state_name(expected))};
+            return Error{
+                fmt::format("error timeout reached corvel service state change to {}", service_state_name(expected))};
         }
         Sleep(std::clamp(status.value().dwWaitHint / 10, least_poll_ms, longest_poll_ms));
     }

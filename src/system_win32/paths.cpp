@@ -41,8 +41,8 @@ std::filesystem::path get_temp_directory(bool create) {
     const UINT length = GetWindowsDirectoryW(buffer.data(), MAX_PATH);
     // A length beyond the capacity means that nothing was stored.
     if (length == 0 || length > MAX_PATH) {
-        throw WinConv::CorvelFatalException(fmt::format("Could not resolve Windows directory : {}",
-                                                        WinConv::format_error_code(GetLastError())));
+        throw WinConv::CorvelFatalException(
+            fmt::format("Could not resolve Windows directory : {}", WinConv::format_error_code(GetLastError())));
     }
     auto folder = std::filesystem::path(buffer.data()) / L"Temp" / L"corvel";
     if (create && !path_exists(folder) && CreateDirectoryW(folder.c_str(), nullptr) == 0) {

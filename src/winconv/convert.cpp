@@ -52,8 +52,7 @@ std::string native_to_utf8(std::wstring_view text) {
         return {};
     }
     std::string utf8(static_cast<std::size_t>(needed) + 1, '\0');
-    const int converted =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), needed, nullptr, nullptr);
+    const int converted = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), needed, nullptr, nullptr);
     if (converted == 0) {
         LOG_CRITICAL(Logger::main, "UCS-2 to multi-byte conversion failed (error code: {})", GetLastError());
         return {};

@@ -1,0 +1,48 @@
+#include "support/recorded_log.h"
+
+#include "logger/log.h"
+
+#include <fmt/format.h>
+#include <quill/Backend.h>
+#include <quill/Frontend.h>
+#include <quill/sinks/Sink.h>
+
+#include <utility>
+
+namespace RecordedLog {
+
+namespace {
+
+class Sink : public quill::Sink {
+public:
+    std::vector<std::string> statements;
+
+    void write_log(const quill::MacroMetadata* metadata, std::uint64_t /*timestamp*/, std::string_view /*thread_id*/,
+                   std::string_view /*thread_name*/, const std::string& /*process_id*/, std::string_view /*logger*/,
+                   quill::LogLevel level, std::string_view /*level_description*/, std::string_view /*short_code*/,
+                   const std::vector<std::pair<std::string, std::string>>* /*named_args*/, std::string_view message,
+                   std::string_view /*statement*/) override {
+        const auto name = Logger::level_name(static_cast<Logger::Level>(level));
+        statements.push_back(fmt::format("{} {}: {}", name, metadata->caller_function(), message));
+    }
+    void flush_sink() override {}
+};
+
+std::shared_ptr<Sink> sink;
+
+} // namespace
+
+void start() {
+    quill::Backend::start();
+    sink = std::static_pointer_cast<Sink>(quill::Frontend::create_or_get_sink<Sink>("recorded"));
+    Logger::main = quill::Frontend::create_or_get_logger("main", sink);
+    Logger::main->set_log_level(quill::LogLevel::TraceL3);
+}
+
+std::vector<std::string> take() {
+    quill::Backend::notify();
+    Logger::main->flush_log();
+    return std::exchange(sink->statements, {});
+}
+
+} // namespace RecordedLog
