@@ -36,44 +36,46 @@ function(corvel_choose_provider result)
   set(${result} ${CORVEL_PROBED_PROVIDER} PARENT_SCOPE)
 endfunction()
 
-macro(corvel_declare_upstream)
+# The three libraries are headers alone. Their own build files are left out: they would add tests and installation, and
+# Quill's links a second C run-time library on mingw.
+function(corvel_fetch_upstream)
   FetchContent_Declare(quill GIT_REPOSITORY ${CORVEL_QUILL_REPOSITORY}
-    GIT_TAG a46bb136261b375d16809cb582a4093996277eab SYSTEM) # 7.5.0
+    GIT_TAG a46bb136261b375d16809cb582a4093996277eab SOURCE_SUBDIR include) # 7.5.0
   FetchContent_Declare(fmt GIT_REPOSITORY https://github.com/fmtlib/fmt.git
-    GIT_TAG 0c9fce2ffefecfdce794e1859584e25877b7b592 SYSTEM) # 11.0.2
+    GIT_TAG 0c9fce2ffefecfdce794e1859584e25877b7b592 SOURCE_SUBDIR include) # 11.0.2
   FetchContent_Declare(json GIT_REPOSITORY https://github.com/nlohmann/json.git
-    GIT_TAG 9cca280a4d0ccf0c08f47a99aa71d1b0e52f8d03 SYSTEM) # 3.11.3
+    GIT_TAG 9cca280a4d0ccf0c08f47a99aa71d1b0e52f8d03 SOURCE_SUBDIR include) # 3.11.3
   FetchContent_Declare(googletest GIT_REPOSITORY https://github.com/google/googletest.git
     GIT_TAG b514bdc898e2951020cbdca1304b75f5950d1f59 SYSTEM) # 1.15.2
   FetchContent_MakeAvailable(quill fmt json)
-  set(CORVEL_QUILL_INCLUDE ${quill_SOURCE_DIR}/include)
-  set(CORVEL_FMT_INCLUDE ${fmt_SOURCE_DIR}/include)
-  set(CORVEL_JSON_INCLUDE ${json_SOURCE_DIR}/include)
-endmacro()
+  set(CORVEL_QUILL_INCLUDE ${quill_SOURCE_DIR}/include PARENT_SCOPE)
+  set(CORVEL_FMT_INCLUDE ${fmt_SOURCE_DIR}/include PARENT_SCOPE)
+  set(CORVEL_JSON_INCLUDE ${json_SOURCE_DIR}/include PARENT_SCOPE)
+endfunction()
 
-macro(corvel_declare_registry)
-  set(packages ${CMAKE_BINARY_DIR}/packages)
-  if(NOT EXISTS ${packages}/usr/include/quill/Backend.h)
-    execute_process(COMMAND ${CMAKE_SOURCE_DIR}/cmake/fetch_quill.sh ${packages} COMMAND_ERROR_IS_FATAL ANY)
+function(corvel_fetch_registry)
+  set(include ${CMAKE_BINARY_DIR}/packages/usr/include)
+  if(NOT EXISTS ${include}/quill/Backend.h)
+    execute_process(COMMAND ${CMAKE_SOURCE_DIR}/cmake/fetch_quill.sh ${CMAKE_BINARY_DIR}/packages
+      COMMAND_ERROR_IS_FATAL ANY)
   endif()
   # /usr/include as a whole belongs to the host's compiler; link just these two out of it.
   foreach(library fmt nlohmann)
     if(NOT EXISTS /usr/include/${library})
       message(FATAL_ERROR "/usr/include/${library} is missing; scripts/setup installs it")
     endif()
-    file(CREATE_LINK /usr/include/${library} ${packages}/usr/include/${library} SYMBOLIC)
+    file(CREATE_LINK /usr/include/${library} ${include}/${library} SYMBOLIC)
   endforeach()
-  set(CORVEL_QUILL_INCLUDE ${packages}/usr/include)
-  set(CORVEL_FMT_INCLUDE ${packages}/usr/include)
-  set(CORVEL_JSON_INCLUDE ${packages}/usr/include)
-
-  foreach(target quill::quill fmt::fmt-header-only nlohmann_json::nlohmann_json)
-    add_library(${target} INTERFACE IMPORTED)
-    target_include_directories(${target} INTERFACE ${packages}/usr/include)
-  endforeach()
-  target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
   FetchContent_Declare(googletest SOURCE_DIR /usr/src/googletest SYSTEM)
-endmacro()
+  set(CORVEL_QUILL_INCLUDE ${include} PARENT_SCOPE)
+  set(CORVEL_FMT_INCLUDE ${include} PARENT_SCOPE)
+  set(CORVEL_JSON_INCLUDE ${include} PARENT_SCOPE)
+endfunction()
+
+function(corvel_add_header_library target include)
+  add_library(${target} INTERFACE IMPORTED)
+  target_include_directories(${target} INTERFACE ${include})
+endfunction()
 
 # Makes GTest::gmock available; only the tests call it.
 macro(corvel_add_googletest)
@@ -93,12 +95,17 @@ endfunction()
 corvel_choose_provider(CORVEL_PROVIDER)
 message(STATUS "Dependencies: ${CORVEL_PROVIDER}")
 if(CORVEL_PROVIDER STREQUAL "upstream")
-  corvel_declare_upstream()
+  corvel_fetch_upstream()
 elseif(CORVEL_PROVIDER STREQUAL "registry")
-  corvel_declare_registry()
+  corvel_fetch_registry()
 else()
   message(FATAL_ERROR "CORVEL_DEPENDENCIES is '${CORVEL_DEPENDENCIES}'; it takes auto, upstream or registry")
 endif()
+corvel_add_header_library(quill::quill ${CORVEL_QUILL_INCLUDE})
+corvel_add_header_library(fmt::fmt-header-only ${CORVEL_FMT_INCLUDE})
+target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+corvel_add_header_library(nlohmann_json::nlohmann_json ${CORVEL_JSON_INCLUDE})
+
 corvel_print_version(Quill ${CORVEL_QUILL_INCLUDE}/quill/Backend.h "Version(Major|Minor|Patch)[{]")
 if(EXISTS ${CORVEL_FMT_INCLUDE}/fmt/base.h)
   corvel_print_version({fmt} ${CORVEL_FMT_INCLUDE}/fmt/base.h "define FMT_VERSION ")

@@ -12,6 +12,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -36,14 +37,14 @@ struct LoggerRow {
     std::shared_ptr<CaptureSink>* capture;
 };
 
-constexpr LoggerRow logger_table[] = {
+constexpr std::array<LoggerRow, 6> logger_table = {{
     {"api", &api, nullptr},
     {"comm", &comm, nullptr},
     {"dll", &dll, nullptr},
     {"main", &main, nullptr},
     {"pkg_report", &pkg_report, nullptr},
     {"pkg_update", &pkg_update, &pkg_update_capture},
-};
+}};
 
 constexpr auto line_pattern =
     "%(time) [%(thread_id)] %(short_source_location:<28) LOG_%(log_level:<9) %(logger:<12) %(message)";
@@ -164,7 +165,7 @@ void init_loggers(const LogLevelConfig& config) {
     }
 }
 
-void stop_logging() noexcept {
+void stop_logging() {
     quill::Backend::stop();
 }
 

@@ -12,6 +12,6 @@ namespace Logger {
 void init_loggers(const LogLevelConfig& config);
 
 /// Writes everything that is still queued and ends the back end. Nothing may log afterwards.
-void stop_logging() noexcept;
+void stop_logging();
 
 } // namespace Logger

@@ -109,7 +109,7 @@ Result<> restart_corvel_service() {
     if (!opened.has_value()) {
         return Error{opened.error()};
     }
-    const SC_HANDLE service = opened.value().service.get();
+    SC_HANDLE service = opened.value().service.get();
     if (auto stopped = stop(service); !stopped.has_value()) {
         return stopped;
     }

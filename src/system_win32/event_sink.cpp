@@ -5,6 +5,7 @@
 #include "winconv/error_text.h"
 
 #include <fmt/format.h>
+#include <quill/core/MacroMetadata.h>
 
 #include <array>
 #include <cstddef>

@@ -73,7 +73,7 @@ class SetCommand(HostTest):
         self.expect_file(**{**stored, "webapp_addr": "last"})
 
     def test_set_alone_writes_what_file_and_environment_hold(self):
-        self.put_file(b' {"skip_power_check": true, "other": [1], "self_update": false}\r\n')
+        self.put_file(b'{"skip_power_check": true, "other": [1], "self_update": true, "self_update": false}\r\n')
         self.corvelctl("set", status=1, err=NO_TENANT, environment={"SELF_UPDATE": "true", "WEBAPP_ADDR": "gelände"})
         self.expect_file(skip_power_check=True, webapp_addr="gelände")
 
@@ -107,8 +107,7 @@ class SetCommand(HostTest):
 
     def test_a_malformed_file_is_fatal_and_left_alone(self):
         messages = {
-            b"": "[json.exception.parse_error.101] parse error at line 1, column 1: syntax error while parsing value - "
-                 "unexpected end of input; expected '[', '{', or a literal\n",
+            b"{}\0": "[json.exception.parse_error.101] parse error at byte 3: NUL byte in JSON text\n",
             b'{"webapp_addr": "\xff"}': "[json.exception.parse_error.101] parse error at line 1, column 18: syntax "
                  "error while parsing value - invalid string: ill-formed UTF-8 byte; last read: '\"\ufffd'\n",
             b'{"self_update": "yes"}': "[json.exception.type_error.302] type must be boolean, but is string\n",

@@ -51,37 +51,6 @@ TEST(Record, has_its_defaults_for_every_key_that_is_not_read) {
     EXPECT_THAT(Config::serialise(record), HasSubstr(R"("self_update_profile":"unsigned")"));
 }
 
-TEST(Record, takes_no_value_of_the_wrong_type) {
-    for (const auto& [text, message] : {
-             std::pair(R"({"host_id": 5})", "type must be string, but is number"),
-             {R"({"webapp_addr": ["x"]})", "type must be string, but is array"},
-             {R"({"log_level": null})", "type must be string, but is null"},
-             {R"({"self_update": "yes"})", "type must be boolean, but is string"},
-             {R"({"self_update_profile": "Test"})", "value must be one of unsigned, test, production"},
-         }) {
-        Record record;
-        try {
-            Config::from_json(nlohmann::json::parse(text), record);
-            ADD_FAILURE() << text;
-        } catch (const nlohmann::json::exception& error) {
-            EXPECT_THAT(error.what(), HasSubstr(message));
-        }
-    }
-}
-
-TEST(TextToValue, takes_json_or_bare_words_but_for_levels_and_profiles_json_only) {
-    EXPECT_EQ(Config::text_to_value<std::string>("a b"), "a b");
-    EXPECT_EQ(Config::text_to_value<std::string>("\"a b\""), "a b");
-    EXPECT_EQ(Config::text_to_value<std::string>(""), "");
-    EXPECT_EQ(Config::text_to_value<Uuid>(id).text(), id);
-    EXPECT_TRUE(Config::text_to_value<bool>("true"));
-    EXPECT_THROW(Config::text_to_value<std::string>("123"), nlohmann::json::type_error);
-    EXPECT_THROW(Config::text_to_value<bool>("yes"), nlohmann::json::type_error);
-    EXPECT_EQ(Config::text_to_value<SelfUpdateProfile>("\"test\""), SelfUpdateProfile::Test);
-    EXPECT_THROW(Config::text_to_value<SelfUpdateProfile>("test"), nlohmann::json::parse_error);
-    EXPECT_THROW(Config::text_to_value<Logger::LogLevelConfig>("debug"), nlohmann::json::parse_error);
-}
-
 TEST(Environment, overrides_fields_and_logs_what_it_ignores) {
     SetEnvironmentVariableW(L"WEBAPP_ADDR", L"https://\u20ac.example");
     SetEnvironmentVariableW(L"TENANT_ID", L"no UUID");
@@ -160,14 +129,6 @@ TEST_F(ConfigLoad, of_a_file_that_cannot_be_read_is_fatal) {
         return INVALID_FILE_ATTRIBUTES;
     });
     EXPECT_THAT(fatal_text(false), MatchesRegex("FATAL ERROR: Failed to read config file: .*exists.*Access denied.*"));
-}
-
-TEST_F(ConfigLoad, takes_the_last_of_duplicate_keys_and_any_value_that_is_no_object_for_none) {
-    put_file(file, R"({"webapp_addr": "a", "webapp_addr": "b"})");
-    EXPECT_EQ(fatal_text(false), "");
-    EXPECT_EQ(Config::current().webapp_addr, "b");
-    put_file(file, "[]");
-    EXPECT_EQ(fatal_text(false), "");
 }
 
 TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to) {

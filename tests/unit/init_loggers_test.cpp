@@ -83,7 +83,7 @@ TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
 
 TEST_F(InitLoggers, fall_back_to_standard_output_where_no_file_can_be_written) {
     source_can_be_registered = false;
-    std::filesystem::create_directory(folder.path() / L"corvel.log");
+    std::filesystem::create_directories(folder.path() / L"corvel.log" / L"x");
     testing::internal::CaptureStdout();
     Logger::init_loggers(parse_log_level_config("info"));
     Logger::stop_logging();
