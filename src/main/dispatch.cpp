@@ -15,6 +15,11 @@ constexpr auto usage = "Usage: corvelctl set <key> <value> ...\n"
                        "Example: corvelctl set tenant_id <UUID>\n"
                        "  or     corvelctl create_support_bundle\n";
 
+int show_usage() {
+    Console::write_output(usage);
+    return exit_failure;
+}
+
 } // namespace
 
 int dispatch(std::span<const std::string> arguments) {
@@ -22,12 +27,14 @@ int dispatch(std::span<const std::string> arguments) {
         if (!arguments.empty() && arguments.front() == "set") {
             return set(arguments.subspan(1));
         }
+        if (!arguments.empty() && arguments.front() == "verify_release") {
+            return arguments.size() == 3 ? verify_release(arguments[1], arguments[2]) : show_usage();
+        }
     } catch (const WinConv::CorvelFatalException& fatal) {
         Console::print_error("{}\n", fatal.text());
         return exit_failure;
     }
-    Console::write_output(usage);
-    return exit_failure;
+    return show_usage();
 }
 
 bool load_configuration() {

@@ -19,4 +19,8 @@ bool load_configuration();
 /// `set <key> <value> ...`: stores the pairs in the configuration file and restarts the agent service.
 int set(std::span<const std::string> pairs);
 
+/// `verify_release <metadata-file> <signature-file>`: prints who trusts the signature and whether the configured
+/// profile accepts that. Throws CorvelFatalException if the trust anchors cannot be set up.
+int verify_release(const std::string& metadata_file, const std::string& signature_file);
+
 } // namespace Commands

@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <cstddef>
+#include <string>
+
 namespace System {
 
 namespace {
@@ -37,6 +40,18 @@ bool path_exists(const std::filesystem::path& path) {
         return false;
     }
     throw std::filesystem::filesystem_error("exists", path, error);
+}
+
+std::filesystem::path extended_path(const std::filesystem::path& path) {
+    // Folders have the stricter limit: a short file name must fit behind them.
+    constexpr std::size_t longest_plain_path = MAX_PATH - 13;
+    const DWORD capacity = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    std::wstring full(capacity, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), capacity, full.data(), nullptr));
+    if (full.size() < longest_plain_path || full.starts_with(LR"(\\?\)") || full.starts_with(LR"(\\.\)")) {
+        return path;
+    }
+    return full.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + full.substr(1) : LR"(\\?\)" + full;
 }
 
 std::error_code create_directories(const std::filesystem::path& folder) {

@@ -10,6 +10,10 @@ namespace System {
 /// "exists" with the Windows error on any other failure.
 bool path_exists(const std::filesystem::path& path);
 
+/// Returns the path in a form that the system takes at any length, whatever the machine's policy for long paths:
+/// absolute and with the "\\?\" prefix if it is long, as it stands otherwise.
+std::filesystem::path extended_path(const std::filesystem::path& path);
+
 /// Creates the folder and every missing parent. Returns the Windows error of the first one that cannot be created;
 /// a folder that is there already is no error.
 std::error_code create_directories(const std::filesystem::path& folder);

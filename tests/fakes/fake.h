@@ -30,18 +30,20 @@ template <typename Signature>
 class Replacement {
 public:
     template <typename Function>
-    Replacement(Fake<Signature>& fake, Function function, Threads threads = Threads::this_one) : fake_(fake) {
+    Replacement(Fake<Signature>& fake, Function function, Threads threads = Threads::this_one)
+        : fake_(fake), previous_(fake) {
         fake_.thread = threads == Threads::all ? 0 : GetCurrentThreadId();
         fake_.replacement = std::move(function);
     }
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement() {
-        fake_.replacement = nullptr;
+        fake_ = previous_;
     }
 
 private:
     Fake<Signature>& fake_;
+    Fake<Signature> previous_;
 };
 
 // What the import table's pointer leads to instead of the system's function.

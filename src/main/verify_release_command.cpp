@@ -1,0 +1,57 @@
+#include "main/dispatch.h"
+
+#include "config/file.h"
+#include "config/record.h"
+#include "crypto_win32/trust.h"
+#include "main/console.h"
+#include "main/verdict.h"
+#include "system_win32/file_system.h"
+#include "winconv/convert.h"
+
+#include <exception>
+#include <filesystem>
+
+namespace Commands {
+
+namespace {
+
+std::filesystem::path operand_path(const std::string& operand) {
+    return System::extended_path(WinConv::utf8_to_native(operand));
+}
+
+const char* yes_or_no(bool value) {
+    return value ? "yes" : "no";
+}
+
+} // namespace
+
+int verify_release(const std::string& metadata_file, const std::string& signature_file) {
+    const auto metadata_path = operand_path(metadata_file);
+    const auto signature_path = operand_path(signature_file);
+    if (!load_configuration()) {
+        return exit_failure;
+    }
+    Crypto::init();
+    Crypto::VerificationTrust trust;
+    try {
+        const std::string metadata = Config::read(metadata_path);
+        const std::string signature = Config::read(signature_path);
+        trust = Crypto::verify(metadata, signature);
+    } catch (const std::exception& error) {
+        // Alone of all messages, this one has no line feed.
+        Console::print_error("Failed to read inputs: {}", error.what());
+        return exit_failure;
+    }
+    const Config::SelfUpdateProfile profile = Config::current().self_update_profile;
+    const bool acceptable = is_acceptable(profile, trust);
+    Console::print("Verification result: {}\n"
+                   " - Verification profile: {}\n"
+                   " - Trusted developer: {}\n"
+                   " - Trusted release: {}\n"
+                   " - Trusted by system: {}\n",
+                   acceptable ? "success" : "failed", Config::profile_name(profile), yes_or_no(trust.trusted_developer),
+                   yes_or_no(trust.trusted_release), yes_or_no(trust.trusted_by_system));
+    return acceptable ? exit_success : exit_failure;
+}
+
+} // namespace Commands
