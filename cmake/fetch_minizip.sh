@@ -1,0 +1,19 @@
+#!/bin/sh
+# Unpacks the sources of minizip-ng 3.0.9 into a folder: fetch_minizip.sh FOLDER
+#
+# Debian packages none that can be cross-built; a package of the npm registry carries them whole.
+set -eu
+folder=$1
+package=react-native-code-push@9.0.1
+sha512=+7BhJbsx0c9md2zCOPsEv44eKQsvDM7J5nVYFsDUHVzBx8cvojBSPfjfdqZq5op5YmawH7mpbIPMYUj9bF9SLw==
+
+private=$(mktemp -d)
+trap 'rm -rf "$private"' EXIT
+cd "$private"
+npm pack --silent "$package" >&2
+if [ "$(openssl dgst -sha512 -binary ./*.tgz | base64 -w 0)" != "$sha512" ]; then
+    echo "fetch_minizip: $package is not what it was" >&2
+    exit 1
+fi
+mkdir -p "$folder"
+tar -x -z -f ./*.tgz -C "$folder" --strip-components=5 package/ios/CodePush/SSZipArchive/minizip
