@@ -93,6 +93,12 @@ uint64_t mz_os_ms_time(void) {
     return GetTickCount64();
 }
 
+int32_t mz_os_rand(uint8_t *buffer, int32_t size) {
+    (void)buffer;
+    (void)size;
+    return 0;
+}
+
 uint8_t *mz_os_utf8_string_create(const char *string, int32_t encoding) {
     (void)string;
     (void)encoding;

@@ -15,4 +15,7 @@ extern quill::Logger* main;
 extern quill::Logger* pkg_report;
 extern quill::Logger* pkg_update;
 
+/// Blocks until everything that was logged so far has been written.
+void flush();
+
 } // namespace Logger

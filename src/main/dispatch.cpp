@@ -4,6 +4,8 @@
 #include "main/console.h"
 #include "winconv/fatal_exception.h"
 
+#include <algorithm>
+
 namespace Commands {
 
 namespace {
@@ -29,6 +31,9 @@ int dispatch(std::span<const std::string> arguments) {
         }
         if (!arguments.empty() && arguments.front() == "verify_release") {
             return arguments.size() == 3 ? verify_release(arguments[1], arguments[2]) : show_usage();
+        }
+        if (std::ranges::find(arguments, "create_support_bundle") != arguments.end()) {
+            return create_support_bundle(arguments);
         }
     } catch (const WinConv::CorvelFatalException& fatal) {
         Console::print_error("{}\n", fatal.text());

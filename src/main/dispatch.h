@@ -19,6 +19,10 @@ bool load_configuration();
 /// `set <key> <value> ...`: stores the pairs in the configuration file and restarts the agent service.
 int set(std::span<const std::string> pairs);
 
+/// `create_support_bundle [--exclude wu]`, anywhere among the arguments: writes the support bundle. Throws
+/// CorvelFatalException, and std::filesystem::filesystem_error if a folder cannot be scanned.
+int create_support_bundle(std::span<const std::string> arguments);
+
 /// `verify_release <metadata-file> <signature-file>`: prints who trusts the signature and whether the configured
 /// profile accepts that. Throws CorvelFatalException if the trust anchors cannot be set up.
 int verify_release(const std::string& metadata_file, const std::string& signature_file);

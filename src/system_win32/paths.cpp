@@ -14,6 +14,7 @@
 #include <shlobj.h>
 
 #include <array>
+#include <utility>
 
 namespace System {
 
@@ -24,16 +25,26 @@ void free_task_memory(void* memory) noexcept {
 }
 using TaskString = WinConv::Owned<wchar_t*, free_task_memory>;
 
+TaskString known_folder(const KNOWNFOLDERID& folder) {
+    wchar_t* buffer = nullptr;
+    const HRESULT result = SHGetKnownFolderPath(folder, 0, nullptr, &buffer);
+    TaskString path(buffer);
+    return SUCCEEDED(result) ? std::move(path) : nullptr;
+}
+
 } // namespace
 
 std::filesystem::path get_config_file_path() {
-    wchar_t* buffer = nullptr;
-    const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, 0, nullptr, &buffer);
-    const TaskString program_data(buffer);
-    if (FAILED(result)) {
+    const TaskString program_data = known_folder(FOLDERID_ProgramData);
+    if (!program_data) {
         throw WinConv::CorvelFatalException("Could not resolve program data directory");
     }
     return std::filesystem::path(program_data.get()) / L"corvel" / L"corvel.json";
+}
+
+std::filesystem::path get_windows_directory() {
+    const TaskString windows = known_folder(FOLDERID_Windows);
+    return windows ? windows.get() : L"c:\\Windows";
 }
 
 std::filesystem::path get_temp_directory(bool create) {

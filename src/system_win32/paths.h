@@ -8,6 +8,9 @@ namespace System {
 /// Throws CorvelFatalException if the system does not name that folder.
 std::filesystem::path get_config_file_path();
 
+/// Returns the Windows folder as the system knows it, "c:\\Windows" if it does not say.
+std::filesystem::path get_windows_directory();
+
 /// Returns the agent's scratch folder: "Temp\corvel" in the Windows directory, whatever TEMP says. With `create`, makes
 /// sure that something stands there, its parent being left alone. Throws CorvelFatalException if the system does not
 /// name the Windows directory, std::filesystem::filesystem_error for the operation "exists" or "create_directory".

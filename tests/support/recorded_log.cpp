@@ -40,8 +40,7 @@ void start() {
 }
 
 std::vector<std::string> take() {
-    quill::Backend::notify();
-    Logger::main->flush_log();
+    Logger::flush();
     return std::exchange(sink->statements, {});
 }
 

@@ -1,0 +1,142 @@
+#include "logzipper_win32/log_zipper.h"
+
+#include "logger/log.h"
+#include "logzipper_win32/event_records.h"
+#include "supportbundle/zip.h"
+#include "winconv/error_text.h"
+#include "winconv/owned.h"
+
+#include <mz_zip_rw.h>
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace LogZipper {
+
+namespace {
+
+constexpr std::size_t initial_buffer_size = 128000;
+
+void close_event_log(HANDLE log) noexcept {
+    CloseEventLog(log);
+}
+using EventLogHandle = WinConv::Owned<HANDLE, close_event_log>;
+
+// A member of the archive, open for a scope.
+class OpenEntry {
+public:
+    OpenEntry(void* writer, mz_zip_file header) : writer_(writer), result_(mz_zip_writer_entry_open(writer, &header)) {}
+    OpenEntry(const OpenEntry&) = delete;
+    OpenEntry& operator=(const OpenEntry&) = delete;
+    ~OpenEntry() {
+        if (result_ == MZ_OK) {
+            mz_zip_writer_entry_close(writer_);
+        }
+    }
+    std::int32_t result() const {
+        return result_;
+    }
+
+private:
+    void* writer_;
+    std::int32_t result_;
+};
+
+// Reads the next records into the buffer, which grows to take one that is larger. Returns how many bytes there are,
+// none at the end of the log; nothing, after logging why, if reading fails.
+std::optional<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
+    constexpr DWORD flags = EVENTLOG_SEQUENTIAL_READ | EVENTLOG_FORWARDS_READ;
+    for (bool resized = false;; resized = true) {
+        DWORD count = 0;
+        DWORD needed = 0;
+        if (ReadEventLogW(log, flags, 0, buffer.data(), static_cast<DWORD>(buffer.size()), &count, &needed) != 0) {
+            return std::min<std::size_t>(count, buffer.size());
+        }
+        const DWORD error = GetLastError();
+        if (error == ERROR_HANDLE_EOF) {
+            return 0;
+        }
+        if (error != ERROR_INSUFFICIENT_BUFFER) {
+            LOG_ERROR(Logger::main, "error reading from eventlog: {}", WinConv::format_error_code(error));
+            return std::nullopt;
+        }
+        if (resized) {
+            LOG_ERROR(Logger::main, "error: resized eventlog read buffer but failed with: {}",
+                      WinConv::format_error_code(error));
+            return std::nullopt;
+        }
+        buffer.resize(needed);
+    }
+}
+
+// Copies the log into the open member. Returns how many bytes it took; nothing if reading or writing fails.
+std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer) {
+    std::vector<std::byte> buffer(initial_buffer_size);
+    std::string text;
+    text.reserve(initial_buffer_size);
+    std::uint64_t total = 0;
+    for (;;) {
+        const auto count = read_batch(log, buffer);
+        if (!count) {
+            return std::nullopt;
+        }
+        if (*count == 0) {
+            return total;
+        }
+        if (!render_event_records(std::span(buffer).first(*count), text)) {
+            LOG_ERROR(Logger::main, "damaged record in eventlog, skipping the rest of its batch");
+        }
+        const std::int32_t written = write_buff_to_zip(writer, text.data(), static_cast<std::int32_t>(text.size()));
+        if (written < 0) {
+            return std::nullopt;
+        }
+        total += static_cast<std::uint64_t>(written);
+        text.clear();
+    }
+}
+
+} // namespace
+
+bool zip_add_corvel_syslog(void* writer, const mz_zip_file& header) {
+    const EventLogHandle log(OpenEventLogW(nullptr, L"corvel"));
+    if (!log) {
+        LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::format_error_code(GetLastError()));
+        return false;
+    }
+    const OpenEntry entry(writer, header);
+    if (entry.result() != MZ_OK) {
+        LOG_ERROR(Logger::main, "mz error {} opening zip entry for syslog",
+                  SupportBundle::mz_error_name(entry.result()));
+        return false;
+    }
+    const auto total = read_logs_to_buff(log.get(), writer);
+    if (!total) {
+        return false;
+    }
+    LOG_DEBUG(Logger::main, "success writing {} bytes from syslog to zip", *total);
+    return true;
+}
+
+std::int32_t write_buff_to_zip(void* writer, const char* bytes, std::int32_t length) {
+    if (length == 0) {
+        return 0;
+    }
+    void* zip = nullptr;
+    std::int32_t result = MZ_PARAM_ERROR;
+    if (writer != nullptr && mz_zip_writer_get_zip_handle(writer, &zip) == MZ_OK && zip != nullptr) {
+        result =
+            mz_zip_entry_is_open(zip) == MZ_OK ? mz_zip_writer_entry_write(writer, bytes, length) : MZ_STREAM_ERROR;
+    }
+    if (result < 0) {
+        LOG_ERROR(Logger::main, "mz error {} writing to zip entry for syslog", SupportBundle::mz_error_name(result));
+    }
+    return result;
+}
+
+} // namespace LogZipper

@@ -1,0 +1,68 @@
+#include "logzipper_win32/log_zipper.h"
+
+#include "logger/log.h"
+#include "system_win32/paths.h"
+#include "winconv/error_text.h"
+#include "winconv/owned.h"
+
+#include <windows.h>
+
+namespace LogZipper {
+
+namespace {
+
+void close_handle(HANDLE handle) noexcept {
+    CloseHandle(handle);
+}
+using ProcessHandle = WinConv::Owned<HANDLE, close_handle>;
+
+std::filesystem::path temporary_folder() {
+    std::wstring folder(MAX_PATH + 1, L'\0');
+    const DWORD length = GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
+    if (length == 0 || length > folder.size()) {
+        throw std::filesystem::filesystem_error("temp_directory_path", WinConv::last_error());
+    }
+    folder.resize(length);
+    return folder;
+}
+
+// Starts PowerShell by its bare name and returns its process; null, with the last error set, if it cannot be started.
+ProcessHandle start_power_shell(const std::filesystem::path& log) {
+    // Whoever can write to the current folder must not choose what an elevated process starts.
+    SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
+    std::wstring command = L"powershell.exe Get-WindowsUpdateLog -LogPath \"" + log.native() + L"\"";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup,
+                       &process) == 0) {
+        return nullptr;
+    }
+    const ProcessHandle thread(process.hThread);
+    return ProcessHandle(process.hProcess);
+}
+
+} // namespace
+
+std::map<std::string, std::filesystem::path> zip_generate_os_update_logs() {
+    const auto update_log = temporary_folder() / L"WindowsUpdate.log";
+    const ProcessHandle process = start_power_shell(update_log);
+    if (!process) {
+        LOG_DEBUG(Logger::main, "failed to start powershell process error:{}",
+                  WinConv::format_error_code(GetLastError()));
+        return {};
+    }
+    if (WaitForSingleObject(process.get(), INFINITE) != WAIT_OBJECT_0) {
+        LOG_DEBUG(Logger::main, "failed to wait for powershell process end error:{}",
+                  WinConv::format_error_code(GetLastError()));
+        return {};
+    }
+    const std::wstring windows = System::get_windows_directory().native();
+    return {
+        {"windows_cbs.log", windows + L"\\Logs\\CBS\\CBS.log"},
+        {"windows_reportingevents.log", windows + L"\\SoftwareDistribution\\ReportingEvents.log"},
+        {"windows_update.log", update_log},
+    };
+}
+
+} // namespace LogZipper

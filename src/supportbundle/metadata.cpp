@@ -1,0 +1,143 @@
+#include "supportbundle/metadata.h"
+
+#include "config/file.h"
+#include "config/record.h"
+#include "logger/log.h"
+#include "supportbundle/zip.h"
+#include "system_win32/com.h"
+#include "system_win32/file_system.h"
+#include "system_win32/paths.h"
+#include "system_win32/system_info.h"
+#include "winconv/convert.h"
+#include "winconv/fatal_exception.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstddef>
+#include <exception>
+
+namespace SupportBundle {
+
+namespace {
+
+constexpr std::int32_t windows_class = 4;
+
+constexpr std::array license_status_names = {
+    "UNLICENSED",        "LICENSED",     "OOB_GRACE",      "OOT_GRACE",
+    "NON_GENUINE_GRACE", "NOTIFICATION", "EXTENDED_GRACE", "UNKNOWN",
+};
+
+const char* license_status_name(std::int32_t status) {
+    const auto code = static_cast<std::size_t>(status);
+    return code < license_status_names.size() ? license_status_names[code] : license_status_names.front();
+}
+
+nlohmann::json entitlement(const System::WindowsLicense& license) {
+    nlohmann::json json = {{"type", license.type}};
+    const std::pair<const char*, const std::optional<std::string>&> texts[] = {
+        {"value", license.value}, {"name", license.name}, {"family", license.family}, {"appid", license.appid}};
+    for (const auto& [key, text] : texts) {
+        if (text) {
+            json[key] = *text;
+        }
+    }
+    if (license.status) {
+        json["status"] = license_status_name(*license.status);
+    }
+    return json;
+}
+
+void describe_machine(Metadata& metadata) {
+    const System::WindowsIpcApartment apartment;
+    // The configuration is not loaded for a bundle: this is the address that the build has.
+    System::detect(Config::current().webapp_addr);
+    const System::SystemInfo& info = System::system_info();
+    metadata.agent_package_type = "MSI";
+    metadata.hostname = info.hostname;
+    metadata.ip_addresses = info.ip_address;
+    metadata.os_name = info.os_name;
+    metadata.os_class = windows_class;
+    metadata.system_uptime_since = info.up_since;
+    metadata.arch_native = info.architecture;
+    metadata.os_licenses = {info.license_edition, info.product_type_text};
+    metadata.entitlements = info.licenses;
+}
+
+bool is_json(const std::string& text) {
+    try {
+        Config::parse_json(text);
+        return true;
+    } catch (const nlohmann::json::parse_error&) {
+        return false;
+    }
+}
+
+// Each finding stands even if the next one fails.
+void describe_configuration_file(Metadata& metadata) {
+    try {
+        const auto path = System::get_config_file_path();
+        metadata.cfgfile_path_findable = true;
+        metadata.cfgfile_filepath = WinConv::native_to_utf8(path.native());
+        metadata.cfgfile_exists = System::path_exists(path);
+        if (metadata.cfgfile_exists) {
+            metadata.cfgfile_contents = Config::read(path);
+            metadata.cfgfile_readable = true;
+            metadata.cfgfile_json_malformed = !is_json(metadata.cfgfile_contents);
+        }
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        LOG_DEBUG(Logger::main, "{}", fatal.text());
+    } catch (const std::exception& error) {
+        LOG_DEBUG(Logger::main, "{}", error.what());
+    }
+}
+
+} // namespace
+
+std::string metadata_document(const Metadata& metadata) {
+    nlohmann::json entitlements = nlohmann::json::array();
+    for (const auto& license : metadata.entitlements) {
+        entitlements.push_back(entitlement(license));
+    }
+    const nlohmann::json document = {
+        {"cfgfile_path_findable", metadata.cfgfile_path_findable},
+        {"cfgfile_filepath", metadata.cfgfile_filepath},
+        {"cfgfile_contents", metadata.cfgfile_contents},
+        {"cfgfile_exists", metadata.cfgfile_exists},
+        {"cfgfile_readable", metadata.cfgfile_readable},
+        {"cfgfile_json_malformed", metadata.cfgfile_json_malformed},
+        {"logstyle", metadata.logstyle},
+        {"agent_package_type", metadata.agent_package_type},
+        {"hostname", metadata.hostname},
+        {"ip_addresses", metadata.ip_addresses},
+        {"os_name", metadata.os_name},
+        {"os_class", metadata.os_class},
+        {"system_uptime_since", metadata.system_uptime_since},
+        {"arch", {{"build", metadata.arch_build}, {"native", metadata.arch_native}}},
+        {"os_licenses", metadata.os_licenses},
+        {"entitlements", std::move(entitlements)},
+    };
+    return document.dump();
+}
+
+bool zip_add_agent_metadata(void* writer, const mz_zip_file& header) {
+    Metadata metadata;
+    describe_machine(metadata);
+    describe_configuration_file(metadata);
+    std::string text;
+    try {
+        text = metadata_document(metadata);
+    } catch (const nlohmann::json::exception& error) {
+        LOG_ERROR(Logger::main, "error serialising agent metadata: {}", error.what());
+        return false;
+    }
+    const std::int32_t result = zip_add_text(writer, header, text);
+    if (result != MZ_OK) {
+        LOG_ERROR(Logger::main, "mz error {} adding agent metadata to zip", mz_error_name(result));
+        return false;
+    }
+    LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding agent metadata to zip", text.size());
+    return true;
+}
+
+} // namespace SupportBundle

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "system_win32/licenses.h"
+
+#include <mz.h>
+#include <mz_strm.h>
+#include <mz_zip.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace SupportBundle {
+
+/// What the metadata document says, with the values that stand where nothing could be found out. Texts are UTF-8, but
+/// for the configuration file's contents, which are whatever the file holds.
+struct Metadata {
+    bool cfgfile_path_findable = false;
+    std::string cfgfile_filepath = "unknown";
+    std::string cfgfile_contents = "unknown";
+    bool cfgfile_exists = false;
+    bool cfgfile_readable = false;
+    bool cfgfile_json_malformed = true;
+    std::int32_t logstyle = 0;
+    std::string agent_package_type = "unknown";
+    std::string hostname = "unknown";
+    std::string ip_addresses = "unknown";
+    std::string os_name = "unknown";
+    std::int32_t os_class = 2;
+    std::string system_uptime_since = "unknown";
+    std::string arch_build = "x86_64";
+    std::string arch_native = "unknown";
+    std::vector<std::string> os_licenses;
+    std::vector<System::WindowsLicense> entitlements;
+};
+
+/// Returns the document as compact JSON with ascending keys. Throws nlohmann::json::type_error if a text is not UTF-8.
+std::string metadata_document(const Metadata& metadata);
+
+/// Finds out about the configuration file and the machine and adds the document as a member of the archive. Returns
+/// false, after logging why, if it cannot be written. Throws CorvelFatalException where detection does.
+bool zip_add_agent_metadata(void* writer, const mz_zip_file& header);
+
+} // namespace SupportBundle
