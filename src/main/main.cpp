@@ -1,9 +1,12 @@
 #include "logger/init_loggers.h"
 #include "main/command_line.h"
+#include "main/console.h"
 #include "main/dispatch.h"
 
 #include <windows.h>
 
+#include <cstdio>
+#include <exception>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,8 +23,11 @@ int main() {
         const int status = Commands::dispatch(std::span(arguments).subspan(arguments.empty() ? 0 : 1));
         Logger::stop_logging();
         return status;
-    } catch (...) {
-        // What nobody foresaw ends the process, but not before its last log lines are written.
+    } catch (const std::exception& error) {
+        // What nobody foresaw ends the process abnormally, but not before it is named and the last log lines are
+        // written.
+        Console::print_error("{}\n", error.what());
+        static_cast<void>(std::fflush(stderr));
         Logger::stop_logging();
         throw;
     }

@@ -35,13 +35,15 @@ const char* license_status_name(std::int32_t status) {
 
 nlohmann::json entitlement(const System::WindowsLicense& license) {
     nlohmann::json json = {{"type", license.type}};
-    const std::pair<const char*, const std::optional<std::string>&> texts[] = {
-        {"value", license.value}, {"name", license.name}, {"family", license.family}, {"appid", license.appid}};
-    for (const auto& [key, text] : texts) {
+    const auto set_if_present = [&](const char* key, const std::optional<std::string>& text) {
         if (text) {
             json[key] = *text;
         }
-    }
+    };
+    set_if_present("value", license.value);
+    set_if_present("name", license.name);
+    set_if_present("family", license.family);
+    set_if_present("appid", license.appid);
     if (license.status) {
         json["status"] = license_status_name(*license.status);
     }

@@ -37,6 +37,7 @@ void start() {
     sink = std::static_pointer_cast<Sink>(quill::Frontend::create_or_get_sink<Sink>("recorded"));
     Logger::main = quill::Frontend::create_or_get_logger("main", sink);
     Logger::main->set_log_level(quill::LogLevel::TraceL3);
+    Logger::dll = Logger::main;
 }
 
 std::vector<std::string> take() {

@@ -6,6 +6,7 @@
 #include "support/recorded_log.h"
 #include "winconv/fatal_exception.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <functional>
