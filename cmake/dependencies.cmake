@@ -165,6 +165,6 @@ corvel_print_version(nlohmann-json ${CORVEL_JSON_INCLUDE}/nlohmann/detail/abi_ma
   "^#define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH)")
 corvel_print_version(minizip-ng ${CORVEL_MINIZIP_SOURCE}/mz.h "define MZ_VERSION ")
 file(STRINGS ${CORVEL_ZLIB_HEADER} zlib_version REGEX "define ZLIB(NG)?_VERSION \"")
-string(REGEX MATCHALL "\"[^\"]+" zlib_version "${zlib_version}")
-string(REPLACE "\"" "" zlib_version "${zlib_version}")
+string(REGEX MATCHALL "[0-9][0-9.]+[^\" ]*" zlib_version "${zlib_version}")
+string(REPLACE ";" ", " zlib_version "${zlib_version}")
 message(STATUS "  zlib ${zlib_version}")

@@ -24,7 +24,8 @@ namespace SupportBundle {
 
 namespace {
 
-using ErrorLogs = std::map<std::string, std::filesystem::path>;
+// File paths by member name.
+using MemberFiles = std::map<std::string, std::filesystem::path>;
 
 bool zip_add_service_status(void* writer, const mz_zip_file& header) {
     const auto status = Service::query_corvel_service_status();
@@ -47,7 +48,7 @@ MemberProducer file_producer(const std::filesystem::path& file, std::optional<st
 }
 
 // Of two files of one name, the one found first is kept.
-void find_error_logs(const std::filesystem::path& folder, const wchar_t* except, ErrorLogs& logs) {
+void find_error_logs(const std::filesystem::path& folder, const wchar_t* except, MemberFiles& logs) {
     std::error_code error;
     std::filesystem::directory_iterator entries(folder, error);
     if (error) {
@@ -61,14 +62,24 @@ void find_error_logs(const std::filesystem::path& folder, const wchar_t* except,
     }
 }
 
-ErrorLogs error_logs(const std::filesystem::path& program_data) {
-    ErrorLogs logs;
+void add_files(const MemberFiles& files, std::vector<MemberProducer>& list) {
+    for (const auto& [name, path] : files) {
+        list.push_back(file_producer(path, name));
+    }
+}
+
+void zip_add_os_update_logs(std::vector<MemberProducer>& list) {
+    add_files(LogZipper::zip_generate_os_update_logs(), list);
+}
+
+void zip_package_error_logs(const std::filesystem::path& program_data, std::vector<MemberProducer>& list) {
+    MemberFiles logs;
     const auto scratch = System::get_temp_directory(false);
     if (System::path_exists(scratch)) {
         find_error_logs(scratch, L"", logs);
     }
     find_error_logs(program_data, L"update.log", logs);
-    return logs;
+    add_files(logs, list);
 }
 
 std::vector<MemberProducer> producers(bool exclude_wu) {
@@ -85,12 +96,10 @@ std::vector<MemberProducer> producers(bool exclude_wu) {
         file_producer(config_file, std::nullopt),
         file_producer(program_data / L"update.log", std::nullopt),
     };
-    const ErrorLogs update_logs = exclude_wu ? ErrorLogs() : LogZipper::zip_generate_os_update_logs();
-    for (const ErrorLogs& logs : {update_logs, error_logs(program_data)}) {
-        for (const auto& [name, path] : logs) {
-            list.push_back(file_producer(path, name));
-        }
+    if (!exclude_wu) {
+        zip_add_os_update_logs(list);
     }
+    zip_package_error_logs(program_data, list);
     return list;
 }
 

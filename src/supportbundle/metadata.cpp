@@ -53,7 +53,12 @@ nlohmann::json entitlement(const System::WindowsLicense& license) {
 void describe_machine(Metadata& metadata) {
     const System::WindowsIpcApartment apartment;
     // The configuration is not loaded for a bundle: this is the address that the build has.
-    System::detect(Config::current().webapp_addr);
+    try {
+        System::detect(Config::current().webapp_addr);
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        // What was found until then is still worth having.
+        LOG_ERROR(Logger::main, "{}", fatal.text());
+    }
     const System::SystemInfo& info = System::system_info();
     metadata.agent_package_type = "MSI";
     metadata.hostname = info.hostname;

@@ -38,7 +38,7 @@ struct Metadata {
 std::string metadata_document(const Metadata& metadata);
 
 /// Finds out about the configuration file and the machine and adds the document as a member of the archive. Returns
-/// false, after logging why, if it cannot be written. Throws CorvelFatalException where detection does.
+/// false, after logging why, if it cannot be written. What cannot be found out has its default.
 bool zip_add_agent_metadata(void* writer, const mz_zip_file& header);
 
 } // namespace SupportBundle

@@ -11,10 +11,10 @@ namespace System {
 /// What is known about the machine. Texts are UTF-8.
 struct SystemInfo {
     std::string os_name = "Windows Unknown";
-    std::string hostname;
+    std::string hostname = "unknown";
     std::string ip_address = "Unknown ip";
-    std::string up_since;
-    std::string architecture;
+    std::string up_since = "unknown";
+    std::string architecture = "unknown";
     std::string license_edition = "Unknown";
     std::string product_type_text = "product_type=0";
     std::uint32_t product_type = 0;
