@@ -13,8 +13,8 @@ struct OsFacts {
     bool is_server = false;
     std::uint32_t product_type = 0; ///< of GetProductInfo; 0 on a workstation
     std::uint16_t machine = 0;      ///< image-file machine code of the processor
-    std::string version{};           ///< such as "23H2"
-    std::string service_pack{};      ///< such as "Service Pack 1"
+    std::string version{};          ///< such as "23H2"
+    std::string service_pack{};     ///< such as "Service Pack 1"
     std::uint32_t nano_server = 0;  ///< the installation's levels as the registry has them
     std::uint32_t server_core = 0;
     std::uint32_t server_gui_shell = 0;
