@@ -49,13 +49,14 @@ Batch batch_of(const std::wstring& source, WORD string_count, std::size_t* recor
     header.NumStrings = string_count;
     header.Length = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
     Batch batch;
-    for (*records = 0; batch.size() + header.Length <= batch_size; ++*records) {
-        header.RecordNumber = static_cast<DWORD>(*records + 1);
+    *records = 0;
+    do {
+        header.RecordNumber = static_cast<DWORD>(++*records);
         const auto at = batch.size();
         batch.resize(at + header.Length);
         std::memcpy(batch.data() + at, &header, sizeof header);
         std::memcpy(batch.data() + at + sizeof header, tail.data(), tail.size() * sizeof(wchar_t));
-    }
+    } while (batch.size() + header.Length <= batch_size);
     return batch;
 }
 
@@ -69,10 +70,12 @@ void render(double seconds) {
         std::size_t batches = 0;
         const auto start = std::chrono::steady_clock::now();
         double elapsed = 0;
-        for (; elapsed < seconds * 1000; elapsed = milliseconds_since(start), ++batches) {
+        do {
             text.clear();
             LogZipper::render_event_records(batch, text);
-        }
+            ++batches;
+            elapsed = milliseconds_since(start);
+        } while (elapsed < seconds * 1000);
         const double rate = static_cast<double>(batches) / elapsed * 1000;
         std::printf("%s %.0f %.0f\n", name, rate * static_cast<double>(records),
                     rate * static_cast<double>(batch.size()) / 1e6);

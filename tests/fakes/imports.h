@@ -57,6 +57,7 @@
     X(UuidToStringW)                                                                                                   \
     X(WaitForSingleObject)                                                                                             \
     X(WideCharToMultiByte)                                                                                             \
+    X(WriteFile)                                                                                                       \
     X(_close)                                                                                                          \
     X(_isatty)                                                                                                         \
     X(_read)                                                                                                           \

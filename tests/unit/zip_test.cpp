@@ -6,6 +6,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <random>
+
 using testing::ElementsAre;
 
 namespace {
@@ -64,6 +67,22 @@ TEST(ZipAddFile, skips_what_is_absent_and_fails_on_what_is_locked) {
     EXPECT_THAT(RecordedLog::take(),
                 ElementsAre("debug zip_add_file: file does not exist: " + (folder.path() / L"absent.log").string(),
                             "error zip_add_file: mz error adding file member to zip: \"MZ_OPEN_ERROR\""));
+}
+
+TEST(WriteZip, without_space_fails_and_says_so) {
+    const TemporaryFolder folder;
+    std::mt19937 random(1);
+    std::string noise(1U << 20U, '\0');
+    std::ranges::generate(noise, [&] { return static_cast<char>(random()); });
+    put_file(folder.path() / L"noise", noise);
+    const Fakes::Replacement full(Fakes::WriteFile, [](auto...) {
+        SetLastError(ERROR_DISK_FULL);
+        return FALSE;
+    });
+    const auto add = [&](void* writer) { return SupportBundle::zip_add_file(writer, folder.path() / L"noise", "n"); };
+    EXPECT_FALSE(SupportBundle::write_zip(folder.path() / L"a.zip", {add, add}));
+    EXPECT_THAT(RecordedLog::take(),
+                testing::Each(testing::StartsWith("error zip_add_file: mz error adding file n to zip: \"MZ_")));
 }
 
 TEST(UpdateLogs, are_what_power_shell_has_written_and_what_windows_keeps) {
