@@ -10,7 +10,7 @@ sha512=+7BhJbsx0c9md2zCOPsEv44eKQsvDM7J5nVYFsDUHVzBx8cvojBSPfjfdqZq5op5YmawH7mpb
 private=$(mktemp -d)
 trap 'rm -rf "$private"' EXIT
 cd "$private"
-npm pack --silent "$package" >&2
+npm pack --loglevel=error "$package" >&2
 if [ "$(openssl dgst -sha512 -binary ./*.tgz | base64 -w 0)" != "$sha512" ]; then
     echo "fetch_minizip: $package is not what it was" >&2
     exit 1
