@@ -30,11 +30,11 @@ class Executable(unittest.TestCase):
 
     def test_holds_no_path_of_the_build_machine(self):
         for path in str(ROOT).encode(), b"/usr/", str(pathlib.Path.home()).encode() + b"/":
-            self.assertNotIn(path, IMAGE)
+            self.assertFalse(path in IMAGE, path)
 
     def test_has_its_manifest_and_version(self):
         for text in b"asInvoker", b"longPathAware", b"UTF-8</activeCodePage>":
-            self.assertIn(text, IMAGE)
+            self.assertTrue(text in IMAGE, text)
         version = re.search(r"project\(corvelctl VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text()).group(1)
         key = "ProductVersion\0".encode("utf-16-le")
         value = IMAGE[IMAGE.index(key) + len(key):][:40].decode("utf-16-le").strip("\0")

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <random>
@@ -127,7 +128,7 @@ protected:
             if (!reads.empty()) {
                 reads.pop_front();
             }
-            std::memcpy(buffer, next.batch.data(), next.batch.size());
+            std::ranges::copy(next.batch, static_cast<std::byte*>(buffer));
             *count = static_cast<DWORD>(next.batch.size());
             *needed = next.needed;
             SetLastError(next.error);
