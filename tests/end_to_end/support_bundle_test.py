@@ -118,6 +118,7 @@ class SupportBundle(HostTest):
     def test_power_shell_is_not_taken_from_the_current_folder(self):
         shutil.copy(os.environ["FIXTURE_SERVICE"], self.folder / "powershell.exe")
         self.create("create_support_bundle")
+        self.assertFalse((self.folder / "not-a-service.txt").exists())
 
     def test_the_name_of_the_system_is_made_from_what_it_reports(self):
         def put(name, value, kind="REG_SZ"):

@@ -1,5 +1,6 @@
 // A stand-in for the agent: the Windows service "corvel-tracker", which only changes its state, in the way that its
-// command line asks for, and appends a line to the file --record for each control it gets and state it reaches.
+// command line asks for, and appends a line to the file --record for each control it gets and state it reaches. Started
+// by hand, it leaves "not-a-service.txt" in the current folder.
 //
 //   --start-delay MS, --stop-delay MS   how long it is pending
 //   --wait-hint MS                      what it reports meanwhile
@@ -79,5 +80,10 @@ int wmain(int count, wchar_t** arguments) {
         return 1;
     }
     const SERVICE_TABLE_ENTRYW table[] = {{service_name.data(), run_service}, {nullptr, nullptr}};
-    return StartServiceCtrlDispatcherW(table) != 0 ? 0 : 1;
+    if (StartServiceCtrlDispatcherW(table) == 0) {
+        options.try_emplace(L"--record", L"not-a-service.txt");
+        record("started by hand");
+        return 1;
+    }
+    return 0;
 }
