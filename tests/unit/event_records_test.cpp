@@ -5,6 +5,7 @@
 #include "support/temporary_folder.h"
 #include "supportbundle/zip.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -20,7 +21,7 @@ namespace {
 using Batch = std::vector<std::byte>;
 
 // One record in the layout of Windows, with the strings behind the source name.
-Batch record(std::wstring source, DWORD number, WORD type, const std::vector<std::wstring>& strings) {
+Batch record(const std::wstring& source, DWORD number, WORD type, const std::vector<std::wstring>& strings) {
     EVENTLOGRECORD header{};
     std::wstring tail = source + L'\0' + L"HOST" + L'\0';
     header.StringOffset = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
@@ -93,7 +94,7 @@ TEST(EventRecords, of_any_content_are_read_without_leaving_the_batch) {
         for (unsigned change = 0; change <= random() % 6; ++change) {
             batch[random() % batch.size()] = static_cast<std::byte>(random() % 3 == 0 ? 0xFF : random());
         }
-        batch.resize(batch.size() - random() % 3 * 4);
+        batch.resize(batch.size() - std::size_t{4} * (random() % 3));
         std::byte* const start = memory + page - batch.size();
         std::memcpy(start, batch.data(), batch.size());
         std::string text;

@@ -87,10 +87,10 @@ TEST(NativeMachine, is_asked_of_the_function_that_sees_through_emulation_or_else
         }));
     EXPECT_EQ(System::detect_native_arch(), "arm64");
     System::is_wow64_process2.address = nullptr;
-    for (const auto& [processor, name] : {std::pair<WORD, const char*>(9, "x64"), {0, "x86"}, {6, "ia64"}}) {
+    for (const auto& known : {std::pair<WORD, const char*>(9, "x64"), {0, "x86"}, {6, "ia64"}}) {
         const Fakes::Replacement info(Fakes::GetNativeSystemInfo,
-                                      [&](SYSTEM_INFO* result) { result->wProcessorArchitecture = processor; });
-        EXPECT_EQ(System::detect_native_arch(), name);
+                                      [&](SYSTEM_INFO* result) { result->wProcessorArchitecture = known.first; });
+        EXPECT_EQ(System::detect_native_arch(), known.second);
     }
     RecordedLog::take();
     const Fakes::Replacement info(Fakes::GetNativeSystemInfo,
