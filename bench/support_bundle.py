@@ -57,11 +57,8 @@ def archive(folder):
     log = folder / "agent.log"
     write_log(log, LOG_SIZE)
     tool = float(bench("zip", log, folder / "tool.zip").split()[1]) / 1000
-    others = {"zip -9": seconds("zip", "-9", "-q", folder / "zip.zip", log)}
-    try:
-        others["7z -mx=9"] = seconds("7z", "a", "-tzip", "-mx=9", "-bd", "-mmt=1", folder / "7z.zip", log)
-    except FileNotFoundError:
-        print("7z is not installed (Debian's p7zip-full)")
+    others = {"zip -9": seconds("zip", "-9", "-q", folder / "zip.zip", log),
+              "7z -mx=9": seconds("7z", "a", "-tzip", "-mx=9", "-bd", "-mmt=1", folder / "7z.zip", log)}
     size = (folder / "tool.zip").stat().st_size
     print(f"archive of {LOG_SIZE // 10**6} MB{'':20}{tool:9.1f} s   {size / 1e6:9.1f} MB")
     for name, taken in others.items():
