@@ -2,7 +2,6 @@
 
 #include "config/environment.h"
 #include "config/file.h"
-#include "config/record.h"
 #include "logger/log.h"
 #include "system_win32/file_system.h"
 #include "system_win32/paths.h"
@@ -16,22 +15,24 @@ namespace Config {
 
 namespace {
 
-constexpr int file_permissions = 0644;
-
 void generate_host_id_if_missing(Record& record) {
     if (!record.host_id.is_nil() || read_environment("HOST_ID")) {
         return;
     }
     record.host_id = Uuid::generate();
     LOG_DEBUG(Logger::main, "Generated host_id {}", record.host_id.text());
-    const auto path = System::get_config_file_path();
-    if (const auto error = write_atomically(path, serialise(record), file_permissions)) {
+    if (const auto error = config_write(System::get_config_file_path(), record)) {
         throw WinConv::CorvelFatalException(
             fmt::format("Couldn't write generated host id to config file: {}", error.message()));
     }
 }
 
 } // namespace
+
+std::error_code config_write(const std::filesystem::path& path, const Record& record) {
+    constexpr int writable_by_owner = 0644;
+    return write_atomically(path, serialise(record), writable_by_owner);
+}
 
 void config_read_persistent() {
     const auto path = System::get_config_file_path();

@@ -1,6 +1,6 @@
 #include "main/dispatch.h"
 
-#include "config/file.h"
+#include "config/load.h"
 #include "config/record.h"
 #include "main/console.h"
 #include "svcquery_win32/service.h"
@@ -16,8 +16,6 @@
 namespace Commands {
 
 namespace {
-
-constexpr int file_permissions = 0644;
 
 using Pairs = std::unordered_map<std::string, std::string>;
 
@@ -65,7 +63,7 @@ bool write_configuration(const Config::Record& record) {
         Console::print_error("Could not create config directory: {}\n", error.message());
         return false;
     }
-    if (const auto error = Config::write_atomically(path, Config::serialise(record), file_permissions)) {
+    if (const auto error = Config::config_write(path, record)) {
         Console::print_error("Could not write new config: {}\n", error.message());
         return false;
     }
