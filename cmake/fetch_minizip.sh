@@ -9,8 +9,14 @@ sha512=+7BhJbsx0c9md2zCOPsEv44eKQsvDM7J5nVYFsDUHVzBx8cvojBSPfjfdqZq5op5YmawH7mpb
 
 private=$(mktemp -d)
 trap 'rm -rf "$private"' EXIT
+npm=npm
+if ! command -v npm >/dev/null; then
+    "$(dirname "$0")/unpack_npm.sh" "$private/npm"
+    export NODE_PATH="$private/npm/usr/share/nodejs"
+    npm="node $NODE_PATH/npm/bin/npm-cli.js"
+fi
 cd "$private"
-npm pack --loglevel=error "$package" >&2
+$npm pack --loglevel=error "$package" >&2
 if [ "$(openssl dgst -sha512 -binary ./*.tgz | base64 -w 0)" != "$sha512" ]; then
     echo "fetch_minizip: $package is not what it was" >&2
     exit 1

@@ -9,6 +9,7 @@ set -eu
 folder=$1
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg
 
+# shellcheck disable=SC2016
 mirror=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT) $(CREATED_BY)' |
     awk '$2 !~ /-(updates|security|backports)$/ && $3 == "main" && $4 == "Packages" { print $1; exit }')
 if [ -z "$mirror" ]; then
