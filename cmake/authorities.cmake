@@ -1,12 +1,16 @@
 # Turns the certificates of the two authorities into constant data.
 
+# Git for Windows brings one along.
+find_program(CORVEL_OPENSSL openssl HINTS "$ENV{ProgramFiles}/Git/usr/bin" REQUIRED)
+
 # corvel_add_authorities(TARGET RELEASE DEVELOPER): a library with src/crypto_win32/authorities.h's data. The files may
 # be made by the build.
 function(corvel_add_authorities target release developer)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/generated/${target}.cpp)
   set(script ${PROJECT_SOURCE_DIR}/cmake/embed_authorities.cmake)
   add_custom_command(OUTPUT ${source}
-    COMMAND ${CMAKE_COMMAND} -D RELEASE=${release} -D DEVELOPER=${developer} -D OUTPUT=${source} -P ${script}
+    COMMAND ${CMAKE_COMMAND} -D OPENSSL=${CORVEL_OPENSSL} -D RELEASE=${release} -D DEVELOPER=${developer}
+            -D OUTPUT=${source} -P ${script}
     DEPENDS ${release} ${developer} ${script}
     COMMENT "Embedding the authorities of ${target}" VERBATIM)
   add_library(${target} STATIC ${source})
