@@ -6,15 +6,17 @@
 //   bundle_bench parts                what the command does beside the archive: milliseconds each
 
 #include "fakes/imports.h"
-#include "logzipper_win32/event_records.h"
-#include "logzipper_win32/log_zipper.h"
+#include "logzipper_win32/event_log.h"
+#include "logzipper_win32/internal/event_records.h"
+#include "logzipper_win32/update_logs.h"
 #include "support/recorded_log.h"
-#include "supportbundle/zip.h"
+#include "supportbundle/zip/zip.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/com.h"
-#include "system_win32/licenses.h"
-#include "system_win32/network.h"
-#include "system_win32/os_name.h"
+#include "system_win32/internal/licenses.h"
+#include "system_win32/internal/network.h"
+#include "system_win32/internal/os_name.h"
+#include "system_win32/internal/product_type.h"
 
 #include <chrono>
 #include <cstdio>
@@ -98,9 +100,7 @@ void stream(std::size_t wanted, const wchar_t* archive) {
         *count = static_cast<DWORD>(batch.size());
         return TRUE;
     });
-    SupportBundle::write_zip(archive, {[](void* writer) {
-                                 return LogZipper::zip_add_corvel_syslog(writer, SupportBundle::entry_header("log", 0));
-                             }});
+    Zip::write_zip(archive, {[](void* writer) { return LogZipper::zip_add_corvel_syslog(writer, {"log", 0}); }});
 }
 
 template <typename Function>
@@ -118,8 +118,8 @@ void parts() {
         System::get_windows_license_edition();
         System::get_windows_licenses();
     });
-    print_time("network", [] { System::detect_ip_address("https://app.corvel.example"); });
-    print_time("service", [] { Service::query_corvel_service_status(); });
+    print_time("network", [] { System::detect_ip_address(System::SocketLibrary(), "https://app.corvel.example"); });
+    print_time("service", [] { static_cast<void>(Service::query_corvel_service_status()); });
     print_time("PowerShell", [] { LogZipper::zip_generate_os_update_logs(); });
 }
 
@@ -134,8 +134,8 @@ int wmain(int count, wchar_t** arguments) {
         stream(wcstoul(arguments[2], nullptr, 10), arguments[3]);
     } else if (mode == L"zip") {
         print_time("zip", [&] {
-            SupportBundle::write_zip(
-                arguments[3], {[&](void* writer) { return SupportBundle::zip_add_file(writer, arguments[2], "log"); }});
+            Zip::write_zip(arguments[3],
+                           {[&](void* writer) { return Zip::zip_add_file(writer, arguments[2], "log"); }});
         });
     } else {
         parts();

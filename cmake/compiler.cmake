@@ -9,7 +9,10 @@ else()
   target_compile_options(corvel_compiler INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     -fstack-protector-strong -ffunction-sections -fdata-sections>)
-  target_link_options(corvel_compiler INTERFACE -fstack-protector-strong -Wl,--gc-sections)
+  # Without the terminal-server bit, each user of such a server has a Windows directory of their own. The linker's time
+  # stamp would make two builds of one source differ.
+  target_link_options(corvel_compiler INTERFACE -Wl,--gc-sections -Wl,--nxcompat
+    -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--tsaware -Wl,--no-insert-timestamp)
   # No path of the build machine in the executable.
   foreach(folder ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR} ${CORVEL_QUILL_INCLUDE} ${CORVEL_FMT_INCLUDE}
                  ${CORVEL_JSON_INCLUDE})

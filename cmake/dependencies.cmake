@@ -100,15 +100,11 @@ function(corvel_fetch_registry)
   set(CORVEL_JSON_INCLUDE ${include} PARENT_SCOPE)
 endfunction()
 
-# minizip-ng's writer with deflate and nothing else.
+# minizip-ng's writer with deflate and nothing else. Its questions to the system are left to whoever links it: its own
+# back end takes a failed read for the end of the file and lets nobody delete a file meanwhile.
 function(corvel_add_minizip source zlib)
   set(files crypt os strm strm_buf strm_mem strm_split strm_zlib zip zip_rw)
   list(TRANSFORM files REPLACE "(.+)" "${source}/mz_\\1.c")
-  if(EXISTS ${source}/mz_os_win32.c)
-    list(APPEND files ${source}/mz_os_win32.c ${source}/mz_strm_os_win32.c)
-  else()
-    list(APPEND files ${CMAKE_SOURCE_DIR}/cmake/minizip_windows.c)
-  endif()
   add_library(minizip STATIC ${files})
   target_include_directories(minizip SYSTEM PUBLIC ${source})
   target_compile_definitions(minizip PRIVATE

@@ -6,10 +6,8 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# Nothing of the compiler's run-time may be needed beside the executable. The linker's time stamp would make two
-# builds of one source differ.
-set(CMAKE_EXE_LINKER_FLAGS_INIT
-    "-static -Wl,--no-insert-timestamp -Wl,--nxcompat -Wl,--dynamicbase -Wl,--high-entropy-va")
+# Nothing of the compiler's run-time may be needed beside the executable.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

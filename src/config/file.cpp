@@ -1,5 +1,6 @@
 #include "config/file.h"
 
+#include "system_win32/file_system.h"
 #include "winconv/convert.h"
 #include "winconv/error_text.h"
 
@@ -80,11 +81,16 @@ std::error_code write_all(const File& file, std::string_view bytes) {
 
 std::error_code write_file(const std::filesystem::path& path, std::string_view bytes, int permissions) {
     const int mode = (permissions & any_write_bit) != 0 ? _S_IREAD | _S_IWRITE : _S_IREAD;
-    File file(path, _O_WRONLY | _O_CREAT | _O_TRUNC, mode);
+    // A file that somebody left or put there would keep its owner, its rights and its other links.
+    DeleteFileW(path.c_str());
+    File file(path, _O_WRONLY | _O_CREAT | _O_EXCL, mode);
     if (!file) {
         return posix_error();
     }
     std::error_code error = write_all(file, bytes);
+    if (!error && _commit(file.descriptor()) != 0) {
+        error = posix_error();
+    }
     // Closed before it is deleted or moved: this system does neither to an open file.
     const std::error_code close_error = file.close();
     if (!error) {
@@ -104,7 +110,7 @@ std::error_code write_file(const std::filesystem::path& path, std::string_view b
 } // namespace
 
 std::string read(const std::filesystem::path& path) {
-    const File file(path, _O_RDONLY);
+    const File file(System::extended_path(path), _O_RDONLY);
     if (!file) {
         throw_read_error(path);
     }

@@ -1,6 +1,6 @@
 #include "config/record.h"
 
-#include "config/endpoints.h"
+#include "config/internal/endpoints.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -42,7 +42,7 @@ static void to_json(nlohmann::json& json, SelfUpdateProfile profile) {
 
 static void from_json(const nlohmann::json& json, SelfUpdateProfile& profile) {
     const auto name = json.get<std::string>();
-    const auto* const found = std::ranges::find(profile_names, name);
+    const auto found = std::ranges::find(profile_names, name);
     if (found == profile_names.end()) {
         throw nlohmann::json::other_error::create(
             501, fmt::format("value must be one of {}", fmt::join(profile_names, ", ")), &json);

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <new>
 
@@ -49,7 +50,10 @@ std::string Uuid::text() const {
         throw std::bad_alloc();
     }
     const RpcString owner(buffer);
-    return WinConv::native_to_utf8(reinterpret_cast<const wchar_t*>(owner.get())).substr(0, text_length);
+    // Digits and hyphens, which are the same in UTF-8.
+    std::string text(text_length, '\0');
+    std::copy_n(owner.get(), text_length, text.begin());
+    return text;
 }
 
 void to_json(nlohmann::json& json, const Uuid& uuid) {

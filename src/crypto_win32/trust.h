@@ -1,11 +1,5 @@
 #pragma once
 
-#include "winconv/owned.h"
-
-#include <windows.h>
-
-#include <wincrypt.h>
-
 #include <string_view>
 
 namespace Crypto {
@@ -26,10 +20,5 @@ void init();
 /// Checks a detached PKCS #7 signature (DER) over the metadata, signer by signer, and returns who trusts it. A bad
 /// signature never throws: what is wrong with it is logged, and it is trusted by nobody.
 VerificationTrust verify(std::string_view metadata, std::string_view signature);
-
-/// Closes a certificate store; logs a warning if something taken from it is still in use.
-void cert_close_store(HCERTSTORE store) noexcept;
-
-using CertStore = WinConv::Owned<HCERTSTORE, cert_close_store>;
 
 } // namespace Crypto

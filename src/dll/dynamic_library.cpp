@@ -7,20 +7,27 @@ namespace Dll {
 
 namespace {
 
-HMODULE open(std::string_view name) {
+ModuleHandle open(std::string_view name) {
     const std::wstring native = WinConv::utf8_to_native(name);
     HMODULE handle = nullptr;
     if (GetModuleHandleExW(0, native.c_str(), &handle) == 0) {
         handle = LoadLibraryW(native.c_str());
     }
-    return handle;
+    return ModuleHandle(handle);
+}
+
+// Sets the symbols' addresses up to the first one that the library lacks, which is returned; null if it lacks none.
+const LibrarySymbol* first_missing(HMODULE library, const std::vector<LibrarySymbol*>& symbols) {
+    for (LibrarySymbol* symbol : symbols) {
+        symbol->address = GetProcAddress(library, symbol->name);
+        if (symbol->address == nullptr) {
+            return symbol;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
-
-DynamicLibrary::~DynamicLibrary() {
-    free();
-}
 
 bool DynamicLibrary::load(std::initializer_list<std::string_view> candidates, bool quiet) {
     if (candidates.size() == 0) {
@@ -28,7 +35,7 @@ bool DynamicLibrary::load(std::initializer_list<std::string_view> candidates, bo
     }
     for (const std::string_view candidate : candidates) {
         handle_ = open(candidate);
-        if (handle_ == nullptr) {
+        if (!handle_) {
             if (!quiet) {
                 LOG_DEBUG(Logger::dll, "Loading {} failed", candidate);
             }
@@ -37,50 +44,23 @@ bool DynamicLibrary::load(std::initializer_list<std::string_view> candidates, bo
         if (!quiet) {
             LOG_DEBUG(Logger::dll, "Attempting to load {}", candidate);
         }
-        if (!resolve_required(candidate, quiet)) {
-            free();
+        if (const auto* const missing = first_missing(handle_.get(), required_symbols_)) {
+            if (!quiet) {
+                LOG_DEBUG(Logger::dll, "Failed to resolve symbol {} from {}", missing->name, candidate);
+            }
+            handle_.reset();
             continue;
         }
-        resolve_optional(candidate, quiet);
+        const auto* const missing = first_missing(handle_.get(), optional_symbols_);
+        if (missing != nullptr && !quiet) {
+            LOG_DEBUG(Logger::dll, "Failed to resolve optional symbol {} from {}", missing->name, candidate);
+        }
         if (!quiet) {
             LOG_DEBUG(Logger::dll, "Successfully loaded {}", candidate);
         }
         return true;
     }
     return false;
-}
-
-bool DynamicLibrary::resolve_required(std::string_view candidate, bool quiet) {
-    for (LibrarySymbol* symbol : required_symbols_) {
-        const FARPROC address = GetProcAddress(handle_, symbol->name);
-        if (address == nullptr) {
-            if (!quiet) {
-                LOG_DEBUG(Logger::dll, "Failed to resolve symbol {} from {}", symbol->name, candidate);
-            }
-            return false;
-        }
-        symbol->address = address;
-    }
-    return true;
-}
-
-void DynamicLibrary::resolve_optional(std::string_view candidate, bool quiet) {
-    for (LibrarySymbol* symbol : optional_symbols_) {
-        symbol->address = GetProcAddress(handle_, symbol->name);
-        if (symbol->address == nullptr) {
-            if (!quiet) {
-                LOG_DEBUG(Logger::dll, "Failed to resolve optional symbol {} from {}", symbol->name, candidate);
-            }
-            return;
-        }
-    }
-}
-
-void DynamicLibrary::free() {
-    if (handle_ != nullptr) {
-        FreeLibrary(handle_);
-        handle_ = nullptr;
-    }
 }
 
 } // namespace Dll

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "winconv/owned.h"
+
 #include <windows.h>
 
 #include <initializer_list>
@@ -7,6 +9,8 @@
 #include <vector>
 
 namespace Dll {
+
+using ModuleHandle = WinConv::Owned<HMODULE, FreeLibrary>;
 
 /// A function that not every release of Windows has: its entry point, null until its library is loaded.
 struct LibrarySymbol {
@@ -25,24 +29,17 @@ class DynamicLibrary {
 public:
     DynamicLibrary(std::initializer_list<LibrarySymbol*> required, std::initializer_list<LibrarySymbol*> optional)
         : required_symbols_(required), optional_symbols_(optional) {}
-    DynamicLibrary(const DynamicLibrary&) = delete;
-    DynamicLibrary& operator=(const DynamicLibrary&) = delete;
-    ~DynamicLibrary();
 
-    /// Loads the first candidate that has all required symbols, and sets the symbols' addresses; one that fails leaves
-    /// the addresses it had set. Of the optional symbols, those behind the first missing one stay as they were.
-    /// Returns whether a library is loaded; why not is logged at Debug level unless `quiet`. Without candidates,
-    /// returns whether one is loaded already.
+    /// Loads the first candidate that has all required symbols, releasing the one before, and sets the symbols'
+    /// addresses; one that fails leaves the addresses it had set. Of the optional symbols, those behind the first
+    /// missing one stay as they were. Returns whether a library is loaded; why not is logged at Debug level unless
+    /// `quiet`. Without candidates, returns whether one is loaded already.
     bool load(std::initializer_list<std::string_view> candidates, bool quiet);
 
 private:
-    bool resolve_required(std::string_view candidate, bool quiet);
-    void resolve_optional(std::string_view candidate, bool quiet);
-    void free();
-
     std::vector<LibrarySymbol*> required_symbols_;
     std::vector<LibrarySymbol*> optional_symbols_;
-    HMODULE handle_ = nullptr;
+    ModuleHandle handle_;
 };
 
 } // namespace Dll

@@ -1,9 +1,8 @@
 #include "logger/init_loggers.h"
 
 #include "logger/capture_sink.h"
+#include "logger/internal/quill_compat.h"
 #include "logger/log.h"
-#include "logger/quill_compat.h"
-#include "system_win32/event_sink.h"
 
 #include <quill/Backend.h>
 #include <quill/Frontend.h>
@@ -29,8 +28,6 @@ std::shared_ptr<CaptureSink> pkg_update_capture;
 
 namespace {
 
-enum class LogStyle : std::uint8_t { terminal = 0, windows = 2 };
-
 struct LoggerRow {
     const char* name;
     quill::Logger** handle;
@@ -48,7 +45,7 @@ constexpr std::array<LoggerRow, 6> logger_table = {{
 
 constexpr auto line_pattern =
     "%(time) [%(thread_id)] %(short_source_location:<28) LOG_%(log_level:<9) %(logger:<12) %(message)";
-constexpr auto event_pattern = "%(message)";
+constexpr auto bare_pattern = "%(message)";
 constexpr auto time_pattern = "%H:%M:%S.%Qns";
 
 constexpr std::uint32_t backtrace_length = 5;
@@ -64,6 +61,11 @@ quill::LogLevel quill_level(Level level) {
     return static_cast<quill::LogLevel>(std::min(level, Level::None));
 }
 
+// Everything else in an argument is written as \xNN before a sink sees it.
+bool is_printable(char character) {
+    return (character >= ' ' && character <= '~') || character == '\n';
+}
+
 void start_backend() {
     quill::BackendOptions options;
     options.thread_name = "corvel logging";
@@ -76,6 +78,8 @@ void start_backend() {
     options.log_timestamp_ordering_grace_period = std::chrono::microseconds{1};
     options.wait_for_queues_to_empty_before_exit = true;
     options.rdtsc_resync_interval = std::chrono::milliseconds{500};
+    options.check_printable_char = is_printable;
+    QuillCompat::allow_other_backends(options);
     quill::Backend::start(options);
 }
 
@@ -85,19 +89,15 @@ bool console_takes_colours() {
     return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
-LogStyle preferred_style() {
-    return _isatty(_fileno(stdout)) != 0 ? LogStyle::terminal : LogStyle::windows;
-}
-
-Destination choose_destination() {
+Destination choose_destination(const SinkMaker& make_preferred_sink) {
     Destination destination;
     destination.sink = QuillCompat::terminal_sink(console_takes_colours());
-    if (preferred_style() == LogStyle::terminal) {
+    if (_isatty(_fileno(stdout)) != 0) {
         return destination;
     }
     try {
-        destination.sink = quill::Frontend::create_or_get_sink<System::WindowsEventSink>("windows");
-        destination.pattern = event_pattern;
+        destination.sink = make_preferred_sink();
+        destination.pattern = bare_pattern;
     } catch (const std::exception& error) {
         destination.fall_back_reason = error.what();
         try {
@@ -153,9 +153,9 @@ void apply_levels(const LogLevelConfig& config) {
 
 } // namespace
 
-void init_loggers(const LogLevelConfig& config) {
+void init_loggers(const LogLevelConfig& config, const SinkMaker& make_preferred_sink) {
     start_backend();
-    const Destination destination = choose_destination();
+    const Destination destination = choose_destination(make_preferred_sink);
     for (const auto& row : logger_table) {
         create_logger(row, destination);
     }

@@ -29,7 +29,7 @@ constexpr std::string_view name_of(Level level) {
 static_assert(std::ranges::is_sorted(levels_by_name, {}, name_of));
 
 Level parse_level(std::string_view name) {
-    const auto* const found = std::ranges::lower_bound(levels_by_name, name, {}, name_of);
+    const auto found = std::ranges::lower_bound(levels_by_name, name, {}, name_of);
     const bool settable = found != levels_by_name.end() && name_of(*found) == name && *found <= Level::Critical;
     return settable ? *found : Level::None;
 }

@@ -1,11 +1,15 @@
-#include "logzipper_win32/log_zipper.h"
+#include "logzipper_win32/event_log.h"
 
 #include "logger/log.h"
-#include "logzipper_win32/event_records.h"
-#include "supportbundle/zip.h"
+#include "logzipper_win32/internal/event_records.h"
 #include "winconv/error_text.h"
 #include "winconv/owned.h"
+#include "winconv/result.h"
 
+#include <fmt/format.h>
+#include <mz.h>
+#include <mz_strm.h>
+#include <mz_zip.h>
 #include <mz_zip_rw.h>
 
 #include <windows.h>
@@ -19,38 +23,18 @@
 
 namespace LogZipper {
 
+using WinConv::Error;
+using WinConv::Result;
+
 namespace {
 
 constexpr std::size_t initial_buffer_size = 128000;
 
-void close_event_log(HANDLE log) noexcept {
-    CloseEventLog(log);
-}
-using EventLogHandle = WinConv::Owned<HANDLE, close_event_log>;
-
-// A member of the archive, open for a scope.
-class OpenEntry {
-public:
-    OpenEntry(void* writer, mz_zip_file header) : writer_(writer), result_(mz_zip_writer_entry_open(writer, &header)) {}
-    OpenEntry(const OpenEntry&) = delete;
-    OpenEntry& operator=(const OpenEntry&) = delete;
-    ~OpenEntry() {
-        if (result_ == MZ_OK) {
-            mz_zip_writer_entry_close(writer_);
-        }
-    }
-    std::int32_t result() const {
-        return result_;
-    }
-
-private:
-    void* writer_;
-    std::int32_t result_;
-};
+using EventLogHandle = WinConv::Owned<HANDLE, CloseEventLog>;
 
 // Reads the next records into the buffer, which grows to take one that is larger. Returns how many bytes there are,
-// none at the end of the log; nothing, after logging why, if reading fails.
-std::optional<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
+// none at the end of the log.
+Result<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
     constexpr DWORD flags = EVENTLOG_SEQUENTIAL_READ | EVENTLOG_FORWARDS_READ;
     for (bool resized = false;; resized = true) {
         DWORD count = 0;
@@ -60,16 +44,14 @@ std::optional<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer
         }
         const DWORD error = GetLastError();
         if (error == ERROR_HANDLE_EOF) {
-            return 0;
+            return std::size_t{0};
         }
         if (error != ERROR_INSUFFICIENT_BUFFER) {
-            LOG_ERROR(Logger::main, "error reading from eventlog: {}", WinConv::format_error_code(error));
-            return std::nullopt;
+            return Error{fmt::format("error reading from eventlog: {}", WinConv::format_error_code(error))};
         }
         if (resized) {
-            LOG_ERROR(Logger::main, "error: resized eventlog read buffer but failed with: {}",
-                      WinConv::format_error_code(error));
-            return std::nullopt;
+            return Error{fmt::format("error: resized eventlog read buffer but failed with: {}",
+                                     WinConv::format_error_code(error))};
         }
         buffer.resize(needed);
     }
@@ -83,14 +65,15 @@ std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer) {
     std::uint64_t total = 0;
     for (;;) {
         const auto count = read_batch(log, buffer);
-        if (!count) {
+        if (!count.has_value()) {
+            LOG_ERROR(Logger::main, "{}", count.error().text);
             return std::nullopt;
         }
-        if (*count == 0) {
+        if (count.value() == 0) {
             return total;
         }
-        if (!render_event_records(std::span(buffer).first(*count), text)) {
-            LOG_ERROR(Logger::main, "damaged record in eventlog, skipping the rest of its batch");
+        if (const auto damaged = render_event_records(std::span(buffer).first(count.value()), text); damaged != 0) {
+            LOG_ERROR(Logger::main, "skipped {} damaged records of eventlog", damaged);
         }
         const std::int32_t written = write_buff_to_zip(writer, text.data(), static_cast<std::int32_t>(text.size()));
         if (written < 0) {
@@ -103,16 +86,15 @@ std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer) {
 
 } // namespace
 
-bool zip_add_corvel_syslog(void* writer, const mz_zip_file& header) {
+bool zip_add_corvel_syslog(void* writer, const Zip::Member& member) {
     const EventLogHandle log(OpenEventLogW(nullptr, L"corvel"));
     if (!log) {
         LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::format_error_code(GetLastError()));
         return false;
     }
-    const OpenEntry entry(writer, header);
-    if (entry.result() != MZ_OK) {
-        LOG_ERROR(Logger::main, "mz error {} opening zip entry for syslog",
-                  SupportBundle::mz_error_name(entry.result()));
+    const Zip::OpenMember entry(writer, member);
+    if (entry.result() != Zip::ok) {
+        LOG_ERROR(Logger::main, "mz error {} opening zip entry for syslog", Zip::mz_error_name(entry.result()));
         return false;
     }
     const auto total = read_logs_to_buff(log.get(), writer);
@@ -134,7 +116,7 @@ std::int32_t write_buff_to_zip(void* writer, const char* bytes, std::int32_t len
             mz_zip_entry_is_open(zip) == MZ_OK ? mz_zip_writer_entry_write(writer, bytes, length) : MZ_STREAM_ERROR;
     }
     if (result < 0) {
-        LOG_ERROR(Logger::main, "mz error {} writing to zip entry for syslog", SupportBundle::mz_error_name(result));
+        LOG_ERROR(Logger::main, "mz error {} writing to zip entry for syslog", Zip::mz_error_name(result));
     }
     return result;
 }

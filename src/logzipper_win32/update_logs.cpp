@@ -1,4 +1,4 @@
-#include "logzipper_win32/log_zipper.h"
+#include "logzipper_win32/update_logs.h"
 
 #include "logger/log.h"
 #include "system_win32/paths.h"
@@ -11,20 +11,7 @@ namespace LogZipper {
 
 namespace {
 
-void close_handle(HANDLE handle) noexcept {
-    CloseHandle(handle);
-}
-using ProcessHandle = WinConv::Owned<HANDLE, close_handle>;
-
-std::filesystem::path temporary_folder() {
-    std::wstring folder(MAX_PATH + 1, L'\0');
-    const DWORD length = GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
-    if (length == 0 || length > folder.size()) {
-        throw std::filesystem::filesystem_error("temp_directory_path", WinConv::last_error());
-    }
-    folder.resize(length);
-    return folder;
-}
+using ProcessHandle = WinConv::Owned<HANDLE, CloseHandle>;
 
 // Starts PowerShell by its bare name and returns its process; null, with the last error set, if it cannot be started.
 ProcessHandle start_power_shell(const std::filesystem::path& log) {
@@ -45,7 +32,7 @@ ProcessHandle start_power_shell(const std::filesystem::path& log) {
 } // namespace
 
 std::map<std::string, std::filesystem::path> zip_generate_os_update_logs() {
-    const auto update_log = temporary_folder() / L"WindowsUpdate.log";
+    const auto update_log = std::filesystem::temp_directory_path() / L"WindowsUpdate.log";
     const ProcessHandle process = start_power_shell(update_log);
     if (!process) {
         LOG_DEBUG(Logger::main, "failed to start powershell process error:{}",

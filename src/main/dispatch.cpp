@@ -1,7 +1,7 @@
 #include "main/dispatch.h"
 
-#include "config/load.h"
-#include "main/console.h"
+#include "console/console.h"
+#include "main/commands.h"
 #include "winconv/fatal_exception.h"
 
 #include <algorithm>
@@ -40,17 +40,6 @@ int dispatch(std::span<const std::string> arguments) {
         return exit_failure;
     }
     return show_usage();
-}
-
-bool load_configuration() {
-    try {
-        // Only the agent gives its machine an identity.
-        Config::config_load(false);
-        return true;
-    } catch (const WinConv::CorvelFatalException& fatal) {
-        Console::print_error("Fatal exception occurred loading config: {}\n", fatal.text());
-        return false;
-    }
 }
 
 } // namespace Commands

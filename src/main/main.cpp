@@ -1,34 +1,36 @@
+#include "console/console.h"
+#include "dll/search.h"
 #include "logger/init_loggers.h"
 #include "main/command_line.h"
-#include "main/console.h"
 #include "main/dispatch.h"
-
-#include <windows.h>
+#include "system_win32/event_sink.h"
 
 #include <cstdio>
 #include <exception>
-#include <span>
-#include <string>
-#include <vector>
+
+namespace {
+
+int run() {
+    Logger::LogLevelConfig levels;
+    levels.default_level = Logger::Level::Critical;
+    Logger::init_loggers(levels, System::event_sink);
+    return Commands::dispatch(CommandLine::arguments());
+}
+
+} // namespace
 
 int main() {
     // An elevated process must not take libraries from the folder that it was started from or in.
-    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
-
-    Logger::LogLevelConfig levels;
-    levels.default_level = Logger::Level::Critical;
-    Logger::init_loggers(levels);
+    Dll::confine_search();
     try {
-        const std::vector<std::string> arguments = CommandLine::arguments();
-        const int status = Commands::dispatch(std::span(arguments).subspan(arguments.empty() ? 0 : 1));
+        const int status = run();
         Logger::stop_logging();
         return status;
     } catch (const std::exception& error) {
-        // What nobody foresaw ends the process abnormally, but not before it is named and the last log lines are
-        // written.
+        // What nobody foresaw ends the process abnormally, but not before it is named and everything is written.
         Console::print_error("{}\n", error.what());
-        static_cast<void>(std::fflush(stderr));
         Logger::stop_logging();
+        static_cast<void>(std::fflush(nullptr));
         throw;
     }
 }

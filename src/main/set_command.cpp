@@ -1,8 +1,9 @@
-#include "main/dispatch.h"
+#include "main/commands.h"
 
-#include "config/load.h"
+#include "config/persistence.h"
 #include "config/record.h"
-#include "main/console.h"
+#include "console/console.h"
+#include "main/configuration.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/file_system.h"
 #include "system_win32/paths.h"
@@ -97,7 +98,7 @@ int set(std::span<const std::string> pairs) {
         return exit_failure;
     }
     if (const auto restarted = Service::restart_corvel_service(); !restarted.has_value()) {
-        Console::print("{}\n", restarted.error());
+        Console::print("{}\n", restarted.error().text);
         Console::print("Please restart the corvel-tracker service manually so that the changes can go into effect.\n");
     }
     return exit_success;

@@ -1,4 +1,4 @@
-#include "main/dispatch.h"
+#include "main/commands.h"
 
 #include "supportbundle/bundle.h"
 

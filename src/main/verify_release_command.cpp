@@ -1,11 +1,11 @@
-#include "main/dispatch.h"
+#include "main/commands.h"
 
 #include "config/file.h"
 #include "config/record.h"
+#include "console/console.h"
 #include "crypto_win32/trust.h"
-#include "main/console.h"
+#include "main/configuration.h"
 #include "main/verdict.h"
-#include "system_win32/file_system.h"
 #include "winconv/convert.h"
 
 #include <exception>
@@ -15,10 +15,6 @@ namespace Commands {
 
 namespace {
 
-std::filesystem::path operand_path(const std::string& operand) {
-    return System::extended_path(WinConv::utf8_to_native(operand));
-}
-
 const char* yes_or_no(bool value) {
     return value ? "yes" : "no";
 }
@@ -26,8 +22,8 @@ const char* yes_or_no(bool value) {
 } // namespace
 
 int verify_release(const std::string& metadata_file, const std::string& signature_file) {
-    const auto metadata_path = operand_path(metadata_file);
-    const auto signature_path = operand_path(signature_file);
+    const std::filesystem::path metadata_path = WinConv::utf8_to_native(metadata_file);
+    const std::filesystem::path signature_path = WinConv::utf8_to_native(signature_file);
     if (!load_configuration()) {
         return exit_failure;
     }

@@ -1,9 +1,11 @@
 #include "supportbundle/bundle.h"
 
+#include "console/console.h"
 #include "logger/log.h"
-#include "logzipper_win32/log_zipper.h"
+#include "logzipper_win32/event_log.h"
+#include "logzipper_win32/update_logs.h"
 #include "supportbundle/metadata.h"
-#include "supportbundle/zip.h"
+#include "supportbundle/zip/zip.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/file_system.h"
 #include "system_win32/paths.h"
@@ -27,24 +29,29 @@ namespace {
 // File paths by member name.
 using MemberFiles = std::map<std::string, std::filesystem::path>;
 
-bool zip_add_service_status(void* writer, const mz_zip_file& header) {
+bool zip_add_service_status(void* writer, const Zip::Member& member) {
     const auto status = Service::query_corvel_service_status();
     if (!status.has_value()) {
-        LOG_ERROR(Logger::main, "{}", status.error());
+        LOG_ERROR(Logger::main, "{}", status.error().text);
         return false;
     }
-    const std::int32_t result = zip_add_text(writer, header, status.value());
-    if (result != MZ_OK) {
-        LOG_ERROR(Logger::main, "mz error {} adding corvel service status to zip", mz_error_name(result));
+    const std::int32_t result = Zip::zip_add_text(writer, member, status.value());
+    if (result != Zip::ok) {
+        LOG_ERROR(Logger::main, "mz error {} adding corvel service status to zip", Zip::mz_error_name(result));
         return false;
     }
     LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding corvel service status to zip", status.value().size());
     return true;
 }
 
-MemberProducer file_producer(const std::filesystem::path& file, std::optional<std::string> member_name) {
-    return
-        [file, member_name = std::move(member_name)](void* writer) { return zip_add_file(writer, file, member_name); };
+Zip::MemberProducer file_producer(const std::filesystem::path& file, std::optional<std::string> member_name) {
+    return [file, member_name = std::move(member_name)](void* writer) {
+        return Zip::zip_add_file(writer, file, member_name);
+    };
+}
+
+bool is_error_log(const std::filesystem::path& file, const wchar_t* except) {
+    return file.extension() == L".log" && file.filename() != except;
 }
 
 // Of two files of one name, the one found first is kept.
@@ -55,24 +62,23 @@ void find_error_logs(const std::filesystem::path& folder, const wchar_t* except,
         throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", folder, error);
     }
     for (const auto& entry : entries) {
-        const auto& path = entry.path();
-        if (path.extension() == L".log" && path.filename() != except && !entry.is_directory()) {
-            logs.emplace(WinConv::native_to_utf8(path.filename().native()), path);
+        if (is_error_log(entry.path(), except) && !entry.is_directory()) {
+            logs.emplace(WinConv::native_to_utf8(entry.path().filename().native()), entry.path());
         }
     }
 }
 
-void add_files(const MemberFiles& files, std::vector<MemberProducer>& list) {
+void add_files(const MemberFiles& files, std::vector<Zip::MemberProducer>& list) {
     for (const auto& [name, path] : files) {
         list.push_back(file_producer(path, name));
     }
 }
 
-void zip_add_os_update_logs(std::vector<MemberProducer>& list) {
+void zip_add_os_update_logs(std::vector<Zip::MemberProducer>& list) {
     add_files(LogZipper::zip_generate_os_update_logs(), list);
 }
 
-void zip_package_error_logs(const std::filesystem::path& program_data, std::vector<MemberProducer>& list) {
+void zip_package_error_logs(const std::filesystem::path& program_data, std::vector<Zip::MemberProducer>& list) {
     MemberFiles logs;
     const auto scratch = System::get_temp_directory(false);
     if (System::path_exists(scratch)) {
@@ -82,25 +88,18 @@ void zip_package_error_logs(const std::filesystem::path& program_data, std::vect
     add_files(logs, list);
 }
 
-std::vector<MemberProducer> producers(bool exclude_wu) {
-    const std::time_t now = std::time(nullptr);
-    const auto config_file = System::get_config_file_path();
-    const auto program_data = config_file.parent_path();
-    const auto in_memory = [now](auto* produce, const char* name) -> MemberProducer {
-        return [produce, header = entry_header(name, now)](void* writer) { return produce(writer, header); };
+// The members that every bundle has.
+std::vector<Zip::MemberProducer> fixed_producers(const std::filesystem::path& config_file, std::time_t now) {
+    const auto in_memory = [now](auto* produce, const char* name) -> Zip::MemberProducer {
+        return [produce, member = Zip::Member{name, now}](void* writer) { return produce(writer, member); };
     };
-    std::vector<MemberProducer> list = {
+    return {
         in_memory(LogZipper::zip_add_corvel_syslog, "corvel_syslog.txt"),
         in_memory(zip_add_agent_metadata, "corvel_metadata.txt"),
         in_memory(zip_add_service_status, "corvel_svcstatus.txt"),
         file_producer(config_file, std::nullopt),
-        file_producer(program_data / L"update.log", std::nullopt),
+        file_producer(config_file.parent_path() / L"update.log", std::nullopt),
     };
-    if (!exclude_wu) {
-        zip_add_os_update_logs(list);
-    }
-    zip_package_error_logs(program_data, list);
-    return list;
 }
 
 std::filesystem::path bundle_path() {
@@ -112,11 +111,18 @@ std::filesystem::path bundle_path() {
 } // namespace
 
 bool create_support_bundle(bool exclude_wu) {
-    const std::vector<MemberProducer> list = producers(exclude_wu);
+    const std::time_t now = std::time(nullptr);
+    const auto config_file = System::get_config_file_path();
+    std::vector<Zip::MemberProducer> list = fixed_producers(config_file, now);
+    if (!exclude_wu) {
+        zip_add_os_update_logs(list);
+    }
+    zip_package_error_logs(config_file.parent_path(), list);
     const auto path = bundle_path();
-    fmt::print("creating corvel support bundle at: {}\n", WinConv::native_to_utf8(path.native()));
-    const bool good = write_zip(path, list);
-    fmt::print("{}", good ? "SUCCESS writing corvel support bundle\n" : "ERROR while writing corvel support bundle\n");
+    Console::print("creating corvel support bundle at: {}\n", WinConv::native_to_utf8(path.native()));
+    const bool good = Zip::write_zip(path, list);
+    Console::write_output(good ? "SUCCESS writing corvel support bundle\n"
+                               : "ERROR while writing corvel support bundle\n");
     return good;
 }
 

@@ -3,11 +3,9 @@
 #include "config/file.h"
 #include "config/record.h"
 #include "logger/log.h"
-#include "supportbundle/zip.h"
 #include "system_win32/com.h"
 #include "system_win32/file_system.h"
 #include "system_win32/paths.h"
-#include "system_win32/system_info.h"
 #include "winconv/convert.h"
 #include "winconv/fatal_exception.h"
 
@@ -16,6 +14,7 @@
 #include <array>
 #include <cstddef>
 #include <exception>
+#include <optional>
 
 namespace SupportBundle {
 
@@ -50,14 +49,15 @@ nlohmann::json entitlement(const System::WindowsLicense& license) {
     return json;
 }
 
-void describe_machine(Metadata& metadata) {
+// Returns why detection ended early, if it did; what was found until then is still worth having.
+std::optional<std::string> describe_machine(Metadata& metadata) {
     const System::WindowsIpcApartment apartment;
-    // The configuration is not loaded for a bundle: this is the address that the build has.
+    std::optional<std::string> failure;
     try {
+        // The configuration is not loaded for a bundle: this is the address that the build has.
         System::detect(Config::current().webapp_addr);
     } catch (const WinConv::CorvelFatalException& fatal) {
-        // What was found until then is still worth having.
-        LOG_ERROR(Logger::main, "{}", fatal.text());
+        failure = fatal.text();
     }
     const System::SystemInfo& info = System::system_info();
     metadata.agent_package_type = "MSI";
@@ -69,6 +69,7 @@ void describe_machine(Metadata& metadata) {
     metadata.arch_native = info.architecture;
     metadata.os_licenses = {info.license_edition, info.product_type_text};
     metadata.entitlements = info.licenses;
+    return failure;
 }
 
 bool is_json(const std::string& text) {
@@ -80,8 +81,8 @@ bool is_json(const std::string& text) {
     }
 }
 
-// Each finding stands even if the next one fails.
-void describe_configuration_file(Metadata& metadata) {
+// Returns why not everything could be found out, if so; each finding stands even if the next one fails.
+std::optional<std::string> describe_configuration_file(Metadata& metadata) {
     try {
         const auto path = System::get_config_file_path();
         metadata.cfgfile_path_findable = true;
@@ -93,10 +94,11 @@ void describe_configuration_file(Metadata& metadata) {
             metadata.cfgfile_json_malformed = !is_json(metadata.cfgfile_contents);
         }
     } catch (const WinConv::CorvelFatalException& fatal) {
-        LOG_DEBUG(Logger::main, "{}", fatal.text());
+        return fatal.text();
     } catch (const std::exception& error) {
-        LOG_DEBUG(Logger::main, "{}", error.what());
+        return error.what();
     }
+    return std::nullopt;
 }
 
 } // namespace
@@ -127,10 +129,14 @@ std::string metadata_document(const Metadata& metadata) {
     return document.dump();
 }
 
-bool zip_add_agent_metadata(void* writer, const mz_zip_file& header) {
+bool zip_add_agent_metadata(void* writer, const Zip::Member& member) {
     Metadata metadata;
-    describe_machine(metadata);
-    describe_configuration_file(metadata);
+    if (const auto failure = describe_machine(metadata)) {
+        LOG_ERROR(Logger::main, "{}", *failure);
+    }
+    if (const auto failure = describe_configuration_file(metadata)) {
+        LOG_DEBUG(Logger::main, "{}", *failure);
+    }
     std::string text;
     try {
         text = metadata_document(metadata);
@@ -138,9 +144,9 @@ bool zip_add_agent_metadata(void* writer, const mz_zip_file& header) {
         LOG_ERROR(Logger::main, "error serialising agent metadata: {}", error.what());
         return false;
     }
-    const std::int32_t result = zip_add_text(writer, header, text);
-    if (result != MZ_OK) {
-        LOG_ERROR(Logger::main, "mz error {} adding agent metadata to zip", mz_error_name(result));
+    const std::int32_t result = Zip::zip_add_text(writer, member, text);
+    if (result != Zip::ok) {
+        LOG_ERROR(Logger::main, "mz error {} adding agent metadata to zip", Zip::mz_error_name(result));
         return false;
     }
     LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding agent metadata to zip", text.size());

@@ -11,6 +11,9 @@
 
 namespace Service {
 
+using WinConv::Error;
+using WinConv::Result;
+
 namespace {
 
 constexpr auto service_name = L"corvel-tracker";
@@ -19,10 +22,7 @@ constexpr DWORD wait_limit_ms = 30000;
 constexpr DWORD least_poll_ms = 1000;
 constexpr DWORD longest_poll_ms = 10000;
 
-void close_service(SC_HANDLE handle) noexcept {
-    CloseServiceHandle(handle);
-}
-using ServiceHandle = WinConv::Owned<SC_HANDLE, close_service>;
+using ServiceHandle = WinConv::Owned<SC_HANDLE, CloseServiceHandle>;
 
 Error last_error(fmt::format_string<std::string> text) {
     const DWORD code = GetLastError();
@@ -59,7 +59,7 @@ Result<SERVICE_STATUS> query_status(SC_HANDLE service) {
 Result<> stop(SC_HANDLE service) {
     const auto status = query_status(service);
     if (!status.has_value()) {
-        return Error{status.error()};
+        return status.error();
     }
     if (status.value().dwCurrentState == SERVICE_STOPPED) {
         return {};
@@ -71,14 +71,6 @@ Result<> stop(SC_HANDLE service) {
         }
     }
     return wait_for_service_state(service, SERVICE_STOPPED, SERVICE_STOP_PENDING);
-}
-
-void set_delayed_auto_start(SC_HANDLE service) {
-    SERVICE_DELAYED_AUTO_START_INFO info{TRUE};
-    if (ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &info) == 0) {
-        LOG_ERROR(Logger::main, "error setting corvel service to delayed auto start: {}",
-                  WinConv::format_error_code(GetLastError()));
-    }
 }
 
 } // namespace
@@ -95,11 +87,11 @@ const char* service_state_name(DWORD state) {
 Result<std::string> query_corvel_service_status() {
     const auto opened = open_corvel_service(SC_MANAGER_ENUMERATE_SERVICE, SERVICE_QUERY_STATUS);
     if (!opened.has_value()) {
-        return Error{opened.error()};
+        return opened.error();
     }
     const auto status = query_status(opened.value().service.get());
     if (!status.has_value()) {
-        return Error{status.error()};
+        return status.error();
     }
     return std::string(service_state_name(status.value().dwCurrentState));
 }
@@ -107,13 +99,17 @@ Result<std::string> query_corvel_service_status() {
 Result<> restart_corvel_service() {
     const auto opened = open_corvel_service(SC_MANAGER_ALL_ACCESS, SERVICE_ALL_ACCESS);
     if (!opened.has_value()) {
-        return Error{opened.error()};
+        return opened.error();
     }
     SC_HANDLE service = opened.value().service.get();
     if (auto stopped = stop(service); !stopped.has_value()) {
         return stopped;
     }
-    set_delayed_auto_start(service);
+    SERVICE_DELAYED_AUTO_START_INFO delayed{TRUE};
+    if (ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed) == 0) {
+        LOG_ERROR(Logger::main, "error setting corvel service to delayed auto start: {}",
+                  WinConv::format_error_code(GetLastError()));
+    }
     if (StartServiceW(service, 0, nullptr) == 0) {
         return last_error("error starting corvel service: {}");
     }
@@ -125,7 +121,7 @@ Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending
     for (;;) {
         const auto status = query_status(service);
         if (!status.has_value()) {
-            return Error{status.error()};
+            return status.error();
         }
         const DWORD state = status.value().dwCurrentState;
         if (state == expected) {

@@ -1,7 +1,7 @@
 #include "system_win32/com.h"
 
 #include "logger/log.h"
-#include "system_win32/libraries.h"
+#include "system_win32/internal/libraries.h"
 #include "winconv/error_text.h"
 
 #include <objbase.h>
@@ -60,7 +60,8 @@ WindowsIpcApartment::~WindowsIpcApartment() {
     if ((flags_ & com_initialised) != 0 && (flags_ & com_was_initialised) == 0) {
         CoUninitialize();
     }
-    if ((flags_ & winrt_initialised) != 0 && (flags_ & winrt_was_initialised) == 0) {
+    const bool initialised_winrt = (flags_ & winrt_initialised) != 0 && (flags_ & winrt_was_initialised) == 0;
+    if (initialised_winrt && ro_uninitialize.address != nullptr) {
         ro_uninitialize.as<void WINAPI()>()();
     }
 }

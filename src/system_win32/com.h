@@ -18,10 +18,7 @@ inline void release_interface(IUnknown* object) noexcept {
 template <typename Interface>
 using ComPtr = WinConv::Owned<Interface*, release_interface>;
 
-inline void free_bstr(BSTR text) noexcept {
-    SysFreeString(text);
-}
-using Bstr = WinConv::Owned<BSTR, free_bstr>;
+using Bstr = WinConv::Owned<BSTR, SysFreeString>;
 
 /// Returns a copy of the text. Throws std::system_error with the out-of-memory HRESULT.
 Bstr make_bstr(const wchar_t* text);

@@ -5,6 +5,7 @@
 #include "winconv/error_text.h"
 
 #include <fmt/format.h>
+#include <quill/Frontend.h>
 #include <quill/core/MacroMetadata.h>
 
 #include <array>
@@ -42,6 +43,12 @@ const EventKind& event_kind(quill::LogLevel level) {
     return event_kinds[index < event_kinds.size() ? index : static_cast<std::size_t>(Logger::Level::Error)];
 }
 
+// Some compilers name a function with its namespaces.
+std::string_view bare_name(std::string_view function) {
+    const auto colons = function.rfind("::");
+    return colons == std::string_view::npos ? function : function.substr(colons + 2);
+}
+
 } // namespace
 
 WindowsEventSink::WindowsEventSink() : source_(RegisterEventSourceW(nullptr, L"corvel")) {
@@ -58,14 +65,19 @@ void WindowsEventSink::write_log(const quill::MacroMetadata* log_metadata, std::
                                  const std::vector<std::pair<std::string, std::string>>* /*named_args*/,
                                  std::string_view /*log_message*/, std::string_view log_statement) {
     const EventKind& kind = event_kind(log_level);
-    const std::string record = fmt::format(
-        "MESSAGE={}  CODE_FILE={}  CODE_LINE={}  CODE_FUNC={}  SYSLOG_IDENTIFIER=corvel-{}  PRIORITY={}", log_statement,
-        log_metadata->file_name(), log_metadata->line(), log_metadata->caller_function(), logger_name, kind.priority);
+    const std::string record =
+        fmt::format("MESSAGE={}  CODE_FILE={}  CODE_LINE={}  CODE_FUNC={}  SYSLOG_IDENTIFIER=corvel-{}  PRIORITY={}",
+                    log_statement, log_metadata->file_name(), log_metadata->line(),
+                    bare_name(log_metadata->caller_function()), logger_name, kind.priority);
     const std::wstring native_record = WinConv::utf8_to_native(record);
     const std::wstring native_statement = WinConv::utf8_to_native(log_statement);
     std::array<LPCWSTR, 2> strings = {native_record.c_str(), native_statement.c_str()};
     ReportEventW(source_.get(), kind.type, 0, kind.identifier, nullptr, static_cast<WORD>(strings.size()), 0,
                  strings.data(), nullptr);
+}
+
+std::shared_ptr<quill::Sink> event_sink() {
+    return quill::Frontend::create_or_get_sink<WindowsEventSink>("windows");
 }
 
 } // namespace System

@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,10 +15,7 @@
 
 namespace System {
 
-inline void close_event_source(HANDLE source) noexcept {
-    DeregisterEventSource(source);
-}
-using EventSource = WinConv::Owned<HANDLE, close_event_source>;
+using EventSource = WinConv::Owned<HANDLE, DeregisterEventSource>;
 
 /// Writes every log statement as one record of the Windows event log under the source "corvel". The record has two
 /// insertion strings: the statement with its file, line, function, logger and priority as NAME=VALUE fields, and the
@@ -38,5 +36,8 @@ public:
 private:
     EventSource source_;
 };
+
+/// Gets or creates the logging library's sink "windows", a WindowsEventSink; throws as its constructor does.
+std::shared_ptr<quill::Sink> event_sink();
 
 } // namespace System

@@ -1,8 +1,11 @@
 #include "system_win32/file_system.h"
 
 #include "winconv/error_text.h"
+#include "winconv/owned.h"
 
 #include <windows.h>
+
+#include <sddl.h>
 
 #include <cstddef>
 #include <string>
@@ -24,6 +27,12 @@ bool means_not_found(DWORD error) {
     }
 }
 
+using SecurityDescriptor = WinConv::Owned<PSECURITY_DESCRIPTOR, LocalFree>;
+
+std::error_code create_folder(const std::filesystem::path& folder, SECURITY_ATTRIBUTES* security) {
+    return CreateDirectoryW(folder.c_str(), security) != 0 ? std::error_code() : WinConv::last_error();
+}
+
 bool is_folder(const std::filesystem::path& path) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -32,7 +41,7 @@ bool is_folder(const std::filesystem::path& path) {
 } // namespace
 
 bool path_exists(const std::filesystem::path& path) {
-    if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
+    if (GetFileAttributesW(extended_path(path).c_str()) != INVALID_FILE_ATTRIBUTES) {
         return true;
     }
     const std::error_code error = WinConv::last_error();
@@ -54,17 +63,30 @@ std::filesystem::path extended_path(const std::filesystem::path& path) {
     return full.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + full.substr(1) : LR"(\\?\)" + full;
 }
 
+std::error_code create_protected_folder(const std::filesystem::path& folder) {
+    // All rights for the system, for administrators and for the owner, whoever that is; users read.
+    constexpr auto rights = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;OW)(A;OICI;FRFX;;;BU)";
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(rights, SDDL_REVISION_1, &descriptor, nullptr) == 0) {
+        return WinConv::last_error();
+    }
+    const SecurityDescriptor owner(descriptor);
+    SECURITY_ATTRIBUTES security{sizeof security, descriptor, FALSE};
+    return create_folder(folder, &security);
+}
+
 std::error_code create_directories(const std::filesystem::path& folder) {
     std::filesystem::path current;
     for (const auto& component : folder) {
         current /= component;
         // A root has no name to create: the drive, the share.
-        if (!current.has_relative_path() || is_folder(current) || CreateDirectoryW(current.c_str(), nullptr) != 0) {
+        if (!current.has_relative_path() || is_folder(current)) {
             continue;
         }
-        const std::error_code error = WinConv::last_error();
+        const std::error_code error =
+            current == folder ? create_protected_folder(current) : create_folder(current, nullptr);
         // Someone else may have created it in the meantime.
-        if (!is_folder(current)) {
+        if (error && !is_folder(current)) {
             return error;
         }
     }

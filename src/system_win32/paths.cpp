@@ -20,10 +20,7 @@ namespace System {
 
 namespace {
 
-void free_task_memory(void* memory) noexcept {
-    CoTaskMemFree(memory);
-}
-using TaskString = WinConv::Owned<wchar_t*, free_task_memory>;
+using TaskString = WinConv::Owned<wchar_t*, CoTaskMemFree>;
 
 TaskString known_folder(const KNOWNFOLDERID& folder) {
     wchar_t* buffer = nullptr;
@@ -56,8 +53,10 @@ std::filesystem::path get_temp_directory(bool create) {
             fmt::format("Could not resolve Windows directory : {}", WinConv::format_error_code(GetLastError())));
     }
     auto folder = std::filesystem::path(buffer.data()) / L"Temp" / L"corvel";
-    if (create && !path_exists(folder) && CreateDirectoryW(folder.c_str(), nullptr) == 0) {
-        throw std::filesystem::filesystem_error("create_directory", folder, WinConv::last_error());
+    if (create && !path_exists(folder)) {
+        if (const auto error = create_protected_folder(folder)) {
+            throw std::filesystem::filesystem_error("create_directory", folder, error);
+        }
     }
     return folder;
 }

@@ -1,9 +1,11 @@
 #include "system_win32/system_info.h"
 
 #include "logger/log.h"
-#include "system_win32/machine.h"
-#include "system_win32/network.h"
-#include "system_win32/os_name.h"
+#include "system_win32/internal/licenses.h"
+#include "system_win32/internal/machine.h"
+#include "system_win32/internal/network.h"
+#include "system_win32/internal/os_name.h"
+#include "system_win32/internal/product_type.h"
 
 #include <fmt/format.h>
 
@@ -25,9 +27,10 @@ void detect(const std::string& webapp_addr) {
     LOG_INFO(Logger::main, "Windows license edition: {}", info.license_edition);
     info.licenses = get_windows_licenses();
     LOG_INFO(Logger::main, "{} Windows licenses found", info.licenses.size());
-    info.hostname = detect_hostname();
+    const SocketLibrary sockets;
+    info.hostname = detect_hostname(sockets);
     LOG_INFO(Logger::main, "System hostname: {}", info.hostname);
-    info.ip_address = detect_ip_address(webapp_addr);
+    info.ip_address = detect_ip_address(sockets, webapp_addr);
     LOG_INFO(Logger::main, "System IP address: {}", info.ip_address);
     info.up_since = detect_up_since();
     info.architecture = detect_native_arch();

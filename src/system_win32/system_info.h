@@ -1,12 +1,21 @@
 #pragma once
 
-#include "system_win32/licenses.h"
-
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace System {
+
+/// One licensing product that Windows knows of. Texts are UTF-8.
+struct WindowsLicense {
+    std::string type = "license";
+    std::optional<std::string> value; ///< the product's name
+    std::optional<std::string> name;  ///< not filled by detection
+    std::optional<std::string> family;
+    std::optional<std::string> appid;
+    std::optional<std::int32_t> status; ///< a documented code, 6 at most
+};
 
 /// What is known about the machine. Texts are UTF-8.
 struct SystemInfo {

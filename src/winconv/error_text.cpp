@@ -12,17 +12,13 @@
 
 namespace {
 
-void free_local(HLOCAL memory) noexcept {
-    LocalFree(memory);
-}
-
 // The system's own text for a code, as it gives it; empty if it has none.
 std::wstring system_message(DWORD code, DWORD language) {
     LPWSTR text = nullptr;
     const DWORD length =
         FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
                        nullptr, code, language, reinterpret_cast<LPWSTR>(&text), 0, nullptr);
-    const WinConv::Owned<HLOCAL, free_local> owner(text);
+    const WinConv::Owned<HLOCAL, LocalFree> owner(text);
     return text == nullptr ? std::wstring() : std::wstring(text, length);
 }
 

@@ -275,7 +275,7 @@ static_assert(std::ranges::adjacent_find(windows_update_error_messages, std::ran
 } // namespace
 
 std::string_view windows_update_error_message(std::uint32_t code) {
-    const auto* const found = std::ranges::lower_bound(windows_update_error_messages, code, {}, &ErrorMessage::code);
+    const auto found = std::ranges::lower_bound(windows_update_error_messages, code, {}, &ErrorMessage::code);
     return found != windows_update_error_messages.end() && found->code == code ? found->text : std::string_view();
 }
 

@@ -1,9 +1,10 @@
 """The set command and the dispatcher, run by the real executable against real files and a real service."""
 
 import json
+import subprocess
 import unittest
 
-from wine_host import (CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, SERVICE_RECORD, HostTest, on_terminal)
+from wine_host import (CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, PREFIX, ROOT, SERVICE_RECORD, HostTest, on_terminal)
 
 USAGE = """Usage: corvelctl set <key> <value> ...
   or   corvelctl create_support_bundle [--exclude wu]
@@ -84,7 +85,7 @@ class SetCommand(HostTest):
             ("host_id", "x", "unknown", "y"): "Error: host_id must be a valid UUID and not nil\n",
             ("tenant_id", "5"): "Error parsing value for tenant_id: [json.exception.type_error.302] type must be "
                                 "string, but is number\n",
-            ("self_update", "yes", "webapp_addr", "123"):
+            ("skip_power_check", "true", "self_update", "yes", "webapp_addr", "123"):
                 "Error parsing value for webapp_addr: [json.exception.type_error.302] type must be string, but is "
                 "number\nError parsing value for self_update: [json.exception.type_error.302] type must be boolean, "
                 "but is string\n",
@@ -92,7 +93,6 @@ class SetCommand(HostTest):
                                 "'\ufffd'\n",
             ("self_update_profile", '"Production"'): "Error parsing value for self_update_profile: "
                 "[json.exception.other_error.501] value must be one of unsigned, test, production\n",
-            ("tenant_id",): "The set command must have an even number of arguments\n",
             ("Tenant_id", 'a"€*'): 'Unknown key/value pairs: {"Tenant_id": "a\\"€*"}\n',
         }
         self.put_file(b"{}")
@@ -104,6 +104,10 @@ class SetCommand(HostTest):
     def test_a_very_long_value_is_kept_whole(self):
         self.corvelctl("set", "webapp_addr", "ö" * 15000, status=1, err=NO_TENANT)
         self.expect_file(webapp_addr="ö" * 15000)
+
+    def test_an_odd_number_of_arguments_is_told_before_the_file_is_read(self):
+        self.put_file(b"{")
+        self.corvelctl("set", "tenant_id", status=1, err="The set command must have an even number of arguments\n")
 
     def test_a_malformed_file_is_fatal_and_left_alone(self):
         messages = {
@@ -124,10 +128,18 @@ class SetCommand(HostTest):
         self.assertEqual(CONFIG_FILE.read_bytes(), b"{}")
         self.assertEqual([entry.name for entry in CONFIG_FOLDER.iterdir()], ["corvel.json"])
 
-    def test_a_temporary_file_that_cannot_be_written_is_reported(self):
+    def test_a_temporary_file_that_cannot_be_deleted_is_reported(self):
         (CONFIG_FOLDER / "corvel.json._corvel_tmp").mkdir(parents=True)
-        self.corvelctl("set", "tenant_id", ID, status=1, err="Could not write new config: Permission denied\n")
+        self.corvelctl("set", "tenant_id", ID, status=1, err="Could not write new config: File exists\n")
         self.assertFalse(CONFIG_FILE.exists())
+
+    def test_text_that_cannot_be_written_changes_nothing(self):
+        with open("/dev/full", "wb") as full:
+            for arguments, status in (["set", "tenant_id", ID], 0), (["set", "x", "y"], 1), ([], 1):
+                done = subprocess.run([ROOT / "scripts" / "in_wine", PREFIX, CORVELCTL, *arguments], stdout=full,
+                                      stderr=full, timeout=120, check=False)
+                self.assertEqual(done.returncode, status, arguments)
+        self.expect_file(tenant_id=ID)
 
     def test_a_file_in_the_place_of_the_folder_is_reported(self):
         CONFIG_FOLDER.write_bytes(b"")

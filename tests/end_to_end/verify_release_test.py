@@ -34,8 +34,7 @@ class VerifyRelease(unittest.TestCase):
         cls.run_script("issue_signer", authority, name, *options)
 
     def sign(self, signer, *options, metadata=None):
-        """Signs without attributes: Wine takes altered content for good where there are some."""
-        self.run_script("sign_release", metadata or self.metadata, "signature", signer, "-noattr", *options)
+        self.run_script("sign_release", metadata or self.metadata, "signature", signer, *options)
         return self.folder / "signature"
 
     def put(self, content):
@@ -92,7 +91,7 @@ class VerifyRelease(unittest.TestCase):
         for content in METADATA, b"", genuine[:-1], genuine[:200], b"0\x80", b"0\x84\xff\xff\xff\xff":
             with self.subTest(content=content[:20]):
                 self.expect(self.put(content), "")
-        self.run_script("sign_release", self.metadata, "pem", "release", "-noattr", "-outform", "PEM")
+        self.run_script("sign_release", self.metadata, "pem", "release", "-outform", "PEM")
         self.expect(self.folder / "pem", "")
         subprocess.run(["openssl", "crl2pkcs7", "-nocrl", "-certfile", "release.pem", "-outform", "DER", "-out",
                         "signature"], cwd=self.folder, check=True)
@@ -113,6 +112,9 @@ class VerifyRelease(unittest.TestCase):
         self.expect_usage_or_error(["a", "create_support_bundle", "b"], "Usage:", "")
         self.expect_usage_or_error(["fehlt-€", self.metadata], "",
                                    "Failed to read inputs: read: fehlt-€: No such file or directory")
+        missing = "/".join(["fehlt" * 40] * 2)
+        self.expect_usage_or_error([missing, self.metadata], "",
+                                   f"Failed to read inputs: read: {missing}: No such file or directory")
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_bytes(b"[")
         self.addCleanup(CONFIG_FILE.unlink)

@@ -17,10 +17,10 @@ CONFIG_FILE = CONFIG_FOLDER / "corvel.json"
 SERVICE_RECORD = DRIVE_C / "fixture_service.txt"
 
 
-def in_wine(*command, **options):
+def in_wine(*command, timeout=120, **options):
     """Runs a Windows program and returns its completed process, output as text."""
     return subprocess.run([ROOT / "scripts" / "in_wine", PREFIX, *command], stdin=subprocess.DEVNULL,
-                          capture_output=True, encoding="utf-8", timeout=120, check=False, **options)
+                          capture_output=True, encoding="utf-8", timeout=timeout, check=False, **options)
 
 
 def on_terminal(*command):

@@ -9,7 +9,10 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Fakes {
 
@@ -22,17 +25,22 @@ struct Fake {
     bool applies() const {
         return replacement && (thread == 0 || thread == GetCurrentThreadId());
     }
+    /// Calls what a caller gets now.
+    template <typename... Args>
+    auto operator()(Args&&... args) const {
+        return applies() ? replacement(args...) : (*original)(args...);
+    }
 };
 
-enum class Threads { this_one, all };
+enum class Threads { ThisOne, All };
 
 template <typename Signature>
 class Replacement {
 public:
     template <typename Function>
-    Replacement(Fake<Signature>& fake, Function function, Threads threads = Threads::this_one)
+    Replacement(Fake<Signature>& fake, Function function, Threads threads = Threads::ThisOne)
         : fake_(fake), previous_(fake) {
-        fake_.thread = threads == Threads::all ? 0 : GetCurrentThreadId();
+        fake_.thread = threads == Threads::All ? 0 : GetCurrentThreadId();
         fake_.replacement = std::move(function);
     }
     Replacement(const Replacement&) = delete;
@@ -46,7 +54,38 @@ private:
     Fake<Signature> previous_;
 };
 
-// What the import table's pointer leads to instead of the system's function.
+/// Replacements that last as long as this object; of two of one function, the later one holds.
+class Replacements {
+public:
+    Replacements() = default;
+    Replacements(const Replacements&) = delete;
+    Replacements& operator=(const Replacements&) = delete;
+    ~Replacements() {
+        while (!replaced_.empty()) {
+            replaced_.pop_back();
+        }
+    }
+    template <typename Signature, typename Function>
+    void add(Fake<Signature>& fake, Function function, Threads threads = Threads::ThisOne) {
+        replaced_.push_back(std::make_shared<Replacement<Signature>>(fake, std::move(function), threads));
+    }
+
+private:
+    std::vector<std::shared_ptr<void>> replaced_;
+};
+
+/// Replaces a function by one that fails with this result and last error.
+template <typename Result, typename... Args>
+Replacement<Result(Args...)> failing(Fake<Result(Args...)>& fake, std::type_identity_t<Result> result,
+                                     DWORD error = ERROR_ACCESS_DENIED) {
+    return {fake, [result, error](Args...) {
+                SetLastError(error);
+                return result;
+            }};
+}
+
+// What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
+// fakes are constructed.
 template <auto& fake, auto& real, typename Signature>
 struct Trampoline;
 
@@ -62,17 +101,4 @@ struct Trampoline<fake, real, Result(Args...)> {
 #define CORVEL_DECLARE_FAKE(name)                                                                                      \
     namespace Fakes {                                                                                                  \
     extern Fake<decltype(::name)> name;                                                                                \
-    }
-
-// The linker option --wrap=__imp_NAME makes the pointers below the import table's entry and its original.
-#define CORVEL_DEFINE_FAKE(name)                                                                                       \
-    extern "C" {                                                                                                       \
-    extern decltype(&::name) __real___imp_##name;                                                                      \
-    }                                                                                                                  \
-    namespace Fakes {                                                                                                  \
-    Fake<decltype(::name)> name{&__real___imp_##name};                                                                 \
-    }                                                                                                                  \
-    extern "C" {                                                                                                       \
-    decltype(&::name) __wrap___imp_##name =                                                                            \
-        Fakes::Trampoline<Fakes::name, __real___imp_##name, decltype(::name)>::call;                                   \
     }

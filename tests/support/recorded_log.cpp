@@ -7,6 +7,7 @@
 #include <quill/Frontend.h>
 #include <quill/sinks/Sink.h>
 
+#include <sstream>
 #include <utility>
 
 namespace RecordedLog {
@@ -23,7 +24,11 @@ public:
                    const std::vector<std::pair<std::string, std::string>>* /*named_args*/, std::string_view message,
                    std::string_view /*statement*/) override {
         const auto name = Logger::level_name(static_cast<Logger::Level>(level));
-        statements.push_back(fmt::format("{} {}: {}", name, metadata->caller_function(), message));
+        // One version of the library hands over a message of several lines at once, the other line by line.
+        std::istringstream lines{std::string(message)};
+        for (std::string line; std::getline(lines, line);) {
+            statements.push_back(fmt::format("{} {}: {}", name, metadata->caller_function(), line));
+        }
     }
     void flush_sink() override {}
 };
@@ -32,17 +37,25 @@ std::shared_ptr<Sink> sink;
 
 } // namespace
 
+std::shared_ptr<quill::Sink> make_sink() {
+    sink = std::static_pointer_cast<Sink>(quill::Frontend::create_or_get_sink<Sink>("recorded"));
+    return sink;
+}
+
 void start() {
     quill::Backend::start();
-    sink = std::static_pointer_cast<Sink>(quill::Frontend::create_or_get_sink<Sink>("recorded"));
-    Logger::main = quill::Frontend::create_or_get_logger("main", sink);
+    Logger::main = quill::Frontend::create_or_get_logger("main", make_sink());
     Logger::main->set_log_level(quill::LogLevel::TraceL3);
     Logger::dll = Logger::main;
 }
 
+std::vector<std::string> taken() {
+    return sink == nullptr ? std::vector<std::string>() : std::exchange(sink->statements, {});
+}
+
 std::vector<std::string> take() {
     Logger::flush();
-    return std::exchange(sink->statements, {});
+    return taken();
 }
 
 } // namespace RecordedLog

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "fakes/imports.h"
+#include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,13 +14,15 @@ class TemporaryFolder {
 public:
     TemporaryFolder()
         : path_(std::filesystem::temp_directory_path() / (L"corvel-test-" + std::to_wstring(GetCurrentProcessId()))) {
-        remove();
+        std::filesystem::remove_all(path_);
         std::filesystem::create_directory(path_);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
-        remove();
+        // A file that the process still has open stays until the next test of the name.
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
     }
 
     const std::filesystem::path& path() const {
@@ -32,17 +35,11 @@ public:
         for (const auto& entry : std::filesystem::directory_iterator(path_)) {
             names.push_back(entry.path().filename().wstring());
         }
-        std::sort(names.begin(), names.end());
+        std::ranges::sort(names);
         return names;
     }
 
 private:
-    // A file that the process still has open stays until the next test of the name.
-    void remove() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-
     std::filesystem::path path_;
 };
 
@@ -53,14 +50,4 @@ inline void put_file(const std::filesystem::path& path, const std::string& conte
 inline std::string get_file(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Answers SHGetKnownFolderPath with this folder, as the system does.
-inline auto known_folder(const std::filesystem::path& folder) {
-    return [folder](auto&&, auto&&, auto&&, PWSTR* path) {
-        const std::wstring& text = folder.native();
-        *path = static_cast<PWSTR>(CoTaskMemAlloc((text.size() + 1) * sizeof(wchar_t)));
-        std::copy_n(text.c_str(), text.size() + 1, *path);
-        return S_OK;
-    };
 }

@@ -1,0 +1,20 @@
+#include "main/configuration.h"
+
+#include "config/persistence.h"
+#include "console/console.h"
+#include "winconv/fatal_exception.h"
+
+namespace Commands {
+
+bool load_configuration() {
+    try {
+        // Only the agent gives its machine an identity.
+        Config::config_load(false);
+        return true;
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        Console::print_error("Fatal exception occurred loading config: {}\n", fatal.text());
+        return false;
+    }
+}
+
+} // namespace Commands

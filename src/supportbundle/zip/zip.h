@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The archive of a bundle, written with minizip-ng: deflate at the best level.
+namespace Zip {
+
+/// Adds members to the open archive whose writer it is given. Returns true if they were written or left out on
+/// purpose, false, after logging why, if not.
+using MemberProducer = std::function<bool(void* writer)>;
+
+/// An in-memory member: its name in UTF-8, which must outlive it, and its modification time.
+struct Member {
+    const char* name;
+    std::time_t modified;
+};
+
+/// Minizip-ng's result code for success.
+inline constexpr std::int32_t ok = 0;
+
+/// Returns the constant's name of a result code of minizip-ng in double quotes, "unknown" likewise for any other.
+std::string mz_error_name(std::int32_t code);
+
+/// Adds the bytes as one member and returns minizip-ng's result code.
+[[nodiscard]] std::int32_t zip_add_text(void* writer, const Member& member, std::string_view text);
+
+/// A member that is open for a scope, to be written in pieces.
+class OpenMember {
+public:
+    OpenMember(void* writer, const Member& member);
+    OpenMember(const OpenMember&) = delete;
+    OpenMember& operator=(const OpenMember&) = delete;
+    ~OpenMember();
+
+    /// Minizip-ng's result code: whether it is open.
+    std::int32_t result() const {
+        return result_;
+    }
+
+private:
+    void* writer_;
+    std::int32_t result_;
+};
+
+/// Adds a file, under its own name if none is given, with its attributes and times. Returns true if that worked or no
+/// such file exists, false, after logging why, if not. Throws std::filesystem::filesystem_error for the operation
+/// "exists" if the file's status cannot be had.
+bool zip_add_file(void* writer, const std::filesystem::path& file, const std::optional<std::string>& member_name);
+
+/// Writes an archive at `path`, replacing what is there: runs every producer in order, also behind one that failed.
+/// Returns whether all succeeded. If the archive cannot be opened, no producer runs, and a hint for the user goes to
+/// standard output.
+bool write_zip(const std::filesystem::path& path, const std::vector<MemberProducer>& producers);
+
+} // namespace Zip

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "fakes/imports.h"
+
+#include <gtest/gtest.h>
+
+#include <oleauto.h>
+#include <wbemcli.h>
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// WMI as far as the tool uses it: COM objects are made of nothing but the slots of their tables that it calls.
+namespace FakedWmi {
+
+using Value = std::variant<std::monostate, std::wstring, LONG>;
+using Row = std::map<std::wstring, Value>;
+
+/// What every query returns, and the query that was asked.
+inline std::vector<Row> rows;
+inline std::wstring asked;
+inline std::size_t returned = 0;
+inline int references = 0;
+
+/// Each step's outcome, for tests to replace.
+inline HRESULT (*const good)() = [] { return S_OK; };
+inline Fakes::Fake<HRESULT()> connect_server{&good}, exec_query{&good}, next_row{&good}, get_property{&good};
+
+inline HRESULT not_expected() {
+    ADD_FAILURE() << "unexpected COM call";
+    return E_NOTIMPL;
+}
+
+// An object, or none if the step that makes it failed.
+template <std::size_t slot, auto function, typename Interface>
+HRESULT give(HRESULT outcome, Interface** result) {
+    static std::array<void*, 32> table = [] {
+        std::array<void*, 32> slots{};
+        slots.fill(reinterpret_cast<void*>(not_expected));
+        slots[2] = reinterpret_cast<void*>(+[](void*) -> ULONG { return static_cast<ULONG>(--references); });
+        slots[slot] = reinterpret_cast<void*>(function);
+        return slots;
+    }();
+    static void* instance = table.data();
+    references += SUCCEEDED(outcome) ? 1 : 0;
+    *result = SUCCEEDED(outcome) ? reinterpret_cast<Interface*>(&instance) : nullptr;
+    return outcome;
+}
+
+inline HRESULT get(void*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
+    const auto found = rows[returned - 1].find(name);
+    if (found == rows[returned - 1].end()) {
+        return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+    }
+    value->vt = VT_NULL;
+    if (const auto* text = std::get_if<std::wstring>(&found->second)) {
+        value->vt = VT_BSTR;
+        value->bstrVal = SysAllocString(text->c_str());
+    } else if (const auto* number = std::get_if<LONG>(&found->second)) {
+        value->vt = VT_I4;
+        value->lVal = *number;
+    }
+    return get_property();
+}
+
+inline HRESULT next(void*, LONG timeout, ULONG, IWbemClassObject** result, ULONG* count) {
+    EXPECT_EQ(timeout, -1);
+    *count = returned < rows.size() ? 1 : 0;
+    if (*count == 0) {
+        return S_FALSE;
+    }
+    ++returned;
+    return give<4, get>(next_row(), result);
+}
+
+inline HRESULT query(void*, BSTR language, BSTR text, LONG flags, IWbemContext*, IEnumWbemClassObject** result) {
+    EXPECT_TRUE(std::wstring_view(language) == L"WQL" && flags == 48);
+    asked = text;
+    returned = 0;
+    return give<4, next>(exec_query(), result);
+}
+
+inline HRESULT connect(void*, BSTR space, BSTR, BSTR, BSTR, LONG, BSTR, IWbemContext*, IWbemServices** result) {
+    EXPECT_STREQ(space, L"ROOT\\CIMV2");
+    return give<20, query>(connect_server(), result);
+}
+
+/// Puts these in WMI's place.
+inline void install(Fakes::Replacements& replaced) {
+    replaced.add(Fakes::CoCreateInstance, [](auto&&, auto, DWORD context, auto&&, LPVOID* result) {
+        EXPECT_EQ(context, 0x17U);
+        return give<3, connect>(S_OK, result);
+    });
+    replaced.add(Fakes::CoSetProxyBlanket, [](auto, DWORD a, DWORD b, auto, DWORD c, DWORD d, auto, DWORD e) {
+        EXPECT_TRUE(a == 10 && b == 0 && c == 3 && d == 3 && e == 0);
+        return S_OK;
+    });
+}
+
+} // namespace FakedWmi

@@ -1,0 +1,40 @@
+#include "main/command_line.h"
+
+#include "winconv/convert.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <random>
+
+namespace {
+
+std::vector<std::string> split_by_system(const std::wstring& command_line) {
+    int count = 0;
+    LPWSTR* const wide = CommandLineToArgvW(command_line.c_str(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i) {
+        arguments.push_back(WinConv::native_to_utf8(wide[i]));
+    }
+    LocalFree(wide);
+    return arguments;
+}
+
+TEST(CommandLine, is_split_as_the_system_splits_it) {
+    std::mt19937 random(1);
+    const std::wstring characters = L"a\u20ac\"\\  \t";
+    for (int round = 0; round < 5000; ++round) {
+        std::wstring line = round % 2 == 0 ? L"\"C:\\Program Files\\corvelctl.exe\"" : L"corvelctl ";
+        const bool quotes = round % 4 < 2;
+        for (unsigned length = random() % 20; length > 0; --length) {
+            const wchar_t character = characters[random() % characters.size()];
+            line += !quotes && character == L'"' ? L'\'' : character;
+        }
+        EXPECT_EQ(CommandLine::split(line.c_str()), split_by_system(line)) << WinConv::native_to_utf8(line);
+    }
+}
+
+} // namespace

@@ -1,0 +1,80 @@
+#include "logzipper_win32/internal/event_records.h"
+
+#include "support/event_record.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using LogZipper::render_event_records;
+
+namespace {
+
+const EventBatch agent = event_record(L"corvel", 7, EVENTLOG_WARNING_TYPE, {L"gr\u00fc\u00df \u20ac\n", L"second"});
+const std::string agent_text = "2025-01-31 14:05:09.0000000\n7\nWarning\ngr\u00fc\u00df \u20ac\n\n";
+
+EventBatch changed(std::size_t offset, DWORD value) {
+    EventBatch batch = agent;
+    std::memcpy(batch.data() + offset, &value, sizeof value);
+    return batch;
+}
+
+TEST(EventRecords, of_the_agent_and_of_crashes_are_rendered_and_others_skipped) {
+    std::string text;
+    EXPECT_EQ(
+        render_event_records(agent + event_record(L"Corvel", 8, 1, {L"x"}) + event_record(L"corvelx", 9, 1, {L"x"}) +
+                                 event_record(L"Application Error", 10, EVENTLOG_WARNING_TYPE, {L"x"}) +
+                                 event_record(L"corvel", 11, 3, {}) +
+                                 event_record(L"Application Error", 12, EVENTLOG_ERROR_TYPE, {L"a.exe", L"1.0", L"5f"}),
+                             text),
+        0U);
+    EXPECT_EQ(text, agent_text + "2025-01-31 14:05:09.0000000\n11\nunknown\n\n"
+                                 "2025-01-31 14:05:09.0000000\n12\nApplication Crash\n"
+                                 "Faulting application name: a.exe, version: 1.0, time stamp: 0x5f\n"
+                                 "Faulting module name: , version: , time stamp: 0x\nException code: 0x\n"
+                                 "Fault offset: 0x\nFaulting process id: 0x\nFaulting application start time: 0x\n"
+                                 "Faulting application path: \nFaulting module path: \n");
+}
+
+TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_length_is_sound) {
+    const std::size_t length = offsetof(EVENTLOGRECORD, Length);
+    const std::size_t strings = offsetof(EVENTLOGRECORD, StringOffset);
+    const auto size = static_cast<DWORD>(agent.size());
+    for (const auto& [damaged, sound_length] : {std::pair(changed(strings, size + 2), true),
+                                                {changed(strings, 0xFFFFFFFE), true},
+                                                {changed(strings, size - 1), true},
+                                                {changed(length, 0), false},
+                                                {changed(length, 52), false},
+                                                {changed(length, size - 2), false},
+                                                {changed(length, 2 * size + 4), false}}) {
+        std::string text;
+        EXPECT_EQ(render_event_records(agent + damaged + agent, text), 1U);
+        EXPECT_EQ(text, sound_length ? agent_text + agent_text : agent_text);
+    }
+}
+
+// The batch ends where memory does, so that reading one byte too many ends the process.
+TEST(EventRecords, of_any_content_are_read_without_leaving_the_batch) {
+    constexpr std::size_t page = 4096;
+    auto* const memory = static_cast<std::byte*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE, PAGE_NOACCESS));
+    ASSERT_NE(VirtualAlloc(memory, page, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    const EventBatch genuine =
+        agent +
+        event_record(L"Application Error", 1, EVENTLOG_ERROR_TYPE, std::vector<std::wstring>(14, L"string \xD800")) +
+        agent;
+    std::mt19937 random(7);
+    for (int round = 0; round < 1000; ++round) {
+        EventBatch batch = genuine;
+        for (unsigned change = 0; change <= random() % 6; ++change) {
+            batch[random() % batch.size()] = static_cast<std::byte>(random() % 3 == 0 ? 0xFF : random());
+        }
+        batch.resize(batch.size() - std::size_t{4} * (random() % 3));
+        std::byte* const start = memory + page - batch.size();
+        std::memcpy(start, batch.data(), batch.size());
+        std::string text;
+        render_event_records({start, batch.size()}, text);
+    }
+    VirtualFree(memory, 0, MEM_RELEASE);
+}
+
+} // namespace

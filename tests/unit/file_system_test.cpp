@@ -1,0 +1,75 @@
+#include "system_win32/file_system.h"
+
+#include "fakes/imports.h"
+#include "support/temporary_folder.h"
+#include "system_win32/paths.h"
+
+#include <gmock/gmock.h>
+
+#include <sddl.h>
+
+namespace {
+
+TEST(PathExists, takes_the_not_found_answers_for_no_and_throws_on_any_other) {
+    const std::wstring long_path = L"C:\\" + std::wstring(300, L'x');
+    for (const DWORD error : {2UL, 3UL, 53UL, 123UL, 267UL, 5UL}) {
+        const Fakes::Replacement query(Fakes::GetFileAttributesW, [&](LPCWSTR path) {
+            EXPECT_EQ(path, L"\\\\?\\" + long_path);
+            SetLastError(error);
+            return INVALID_FILE_ATTRIBUTES;
+        });
+        try {
+            EXPECT_FALSE(System::path_exists(long_path));
+            EXPECT_NE(error, 5U);
+        } catch (const std::filesystem::filesystem_error& thrown) {
+            EXPECT_EQ(error, 5U);
+            EXPECT_EQ(thrown.path1(), long_path);
+        }
+    }
+}
+
+TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_folder_itself) {
+    const TemporaryFolder folder;
+    std::vector<std::wstring> rights;
+    const Fakes::Replacement create(Fakes::CreateDirectoryW, [&](LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
+        LPWSTR text = nullptr;
+        if (security != nullptr) {
+            ConvertSecurityDescriptorToStringSecurityDescriptorW(security->lpSecurityDescriptor, SDDL_REVISION_1,
+                                                                 DACL_SECURITY_INFORMATION, &text, nullptr);
+        }
+        rights.emplace_back(text == nullptr ? L"" : text);
+        LocalFree(text);
+        return (*Fakes::CreateDirectoryW.original)(path, security);
+    });
+    const auto deep = folder.path() / L"\u20ac" / L"corvel";
+    EXPECT_FALSE(System::create_directories(deep));
+    EXPECT_FALSE(System::create_directories(deep));
+    EXPECT_THAT(rights, testing::ElementsAre(L"", L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;OW)"
+                                                  L"(A;OICI;0x1200a9;;;BU)"));
+    put_file(deep / L"file", "x");
+    EXPECT_EQ(get_file(deep / L"file"), "x");
+    EXPECT_EQ(System::create_directories(deep / L"file" / L"x").value(), ERROR_ALREADY_EXISTS);
+}
+
+TEST(ScratchFolder, is_created_once_but_not_its_parent) {
+    const TemporaryFolder folder;
+    const std::wstring windows = folder.path().native();
+    const Fakes::Replacement directory(Fakes::GetWindowsDirectoryW, [&](LPWSTR buffer, UINT) {
+        std::copy_n(windows.c_str(), windows.size() + 1, buffer);
+        return static_cast<UINT>(windows.size());
+    });
+    EXPECT_EQ(System::get_temp_directory(false), folder.path() / L"Temp" / L"corvel");
+    try {
+        System::get_temp_directory(true);
+        FAIL() << "created without its parent";
+    } catch (const std::filesystem::filesystem_error& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("create_directory"));
+        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+    }
+    std::filesystem::create_directory(folder.path() / L"Temp");
+    for (int run = 0; run < 2; ++run) {
+        EXPECT_TRUE(std::filesystem::is_directory(System::get_temp_directory(true)));
+    }
+}
+
+} // namespace
