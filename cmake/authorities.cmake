@@ -3,7 +3,7 @@
 # Git for Windows brings one along.
 find_program(CORVEL_OPENSSL openssl HINTS "$ENV{ProgramFiles}/Git/usr/bin" REQUIRED)
 
-# corvel_add_authorities(TARGET RELEASE DEVELOPER): a library with src/crypto_win32/authorities.h's data. The files may
+# corvel_add_authorities(TARGET RELEASE DEVELOPER): the library corvel::TARGET with src/crypto_win32/authorities.h's data. The files may
 # be made by the build.
 function(corvel_add_authorities target release developer)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/generated/${target}.cpp)
@@ -14,6 +14,7 @@ function(corvel_add_authorities target release developer)
     DEPENDS ${release} ${developer} ${script}
     COMMENT "Embedding the authorities of ${target}" VERBATIM)
   add_library(${target} STATIC ${source})
+  add_library(corvel::${target} ALIAS ${target})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
-  target_link_libraries(${target} PRIVATE corvel_compiler)
+  target_link_libraries(${target} PRIVATE corvel::compiler)
 endfunction()

@@ -1,9 +1,10 @@
-# corvel_add_delayed_library(DLL): the target corvel_delayed_DLL links a system library that is loaded at the first call
+# corvel_add_delayed_library(DLL): the target corvel::delayed_DLL links a system library that is loaded at the first call
 # of one of the functions in delayed/DLL.def, by when the search is confined to System32. At start-up Windows would take
 # a file of its name beside the executable, unless it counts it among its known libraries; and no command needs them all.
 function(corvel_add_delayed_library dll)
   set(target corvel_delayed_${dll})
   add_library(${target} INTERFACE)
+  add_library(corvel::delayed_${dll} ALIAS ${target})
   if(MSVC)
     # /DEPENDENTLOADFLAG confines the search for every imported library.
     target_link_libraries(${target} INTERFACE ${dll})

@@ -16,7 +16,7 @@ namespace {
 // A device such as NUL counts as a terminal, but is no console.
 bool is_console(std::FILE* stream) {
     DWORD mode = 0;
-    return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))), &mode) != 0;
+    return GetConsoleMode(GetStdHandle(stream == stdout ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE), &mode) != 0;
 }
 
 void write(std::FILE* stream, std::string_view text) {

@@ -73,7 +73,9 @@ TEST_F(Network, without_a_row_for_the_interface_has_no_known_address) {
 }
 
 TEST_F(Network, name_of_the_host_is_converted_from_the_code_page_of_the_system) {
-    replaced.add(Fakes::gethostname, [](char* buffer, int) { return strcpy(buffer, "gr\xFCn") == buffer ? 0 : -1; });
+    replaced.add(Fakes::gethostname, [](char* buffer, int size) {
+        return std::string_view("gr\xFCn").copy(buffer, static_cast<std::size_t>(size)) == 4 ? 0 : -1;
+    });
     replaced.add(Fakes::MultiByteToWideChar, [](UINT page, auto... rest) {
         return (*Fakes::MultiByteToWideChar.original)(page == CP_ACP ? 1252 : page, rest...);
     });

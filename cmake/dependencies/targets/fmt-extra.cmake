@@ -1,0 +1,17 @@
+# Compiled once: as a header-only library it doubles what most sources take to compile.
+set(source ${fmt_SOURCE_DIR}/src/format.cc)
+if(NOT EXISTS ${source})
+  set(source ${PROJECT_SOURCE_DIR}/cmake/dependencies/fmt_9.cpp)
+endif()
+add_library(fmt STATIC ${source})
+add_library(fmt::fmt ALIAS fmt)
+target_include_directories(fmt SYSTEM PUBLIC ${fmt_SOURCE_DIR}/include)
+
+set(header ${fmt_SOURCE_DIR}/include/fmt/base.h)
+if(NOT EXISTS ${header})
+  set(header ${fmt_SOURCE_DIR}/include/fmt/core.h)
+endif()
+file(STRINGS ${header} version REGEX "define FMT_VERSION ")
+string(REGEX REPLACE "^.*VERSION ([0-9]+)([0-9][0-9])([0-9][0-9])$" "\\1.\\2.\\3" version "${version}")
+string(REGEX REPLACE "\\.0" "." fmt_VERSION "${version}")
+message(STATUS "  fmt ${fmt_VERSION}")

@@ -1,0 +1,5 @@
+if(NOT TARGET ZLIB::ZLIB)
+  add_library(ZLIB::ZLIB ALIAS zlib)
+endif()
+target_include_directories(zlib INTERFACE ${zlib_BINARY_DIR})
+corvel_read_version(ZLIB_VERSION ${zlib_BINARY_DIR}/zlib.h "define ZLIBNG_VERSION \"")
