@@ -9,6 +9,7 @@
 #include "logzipper_win32/event_log.h"
 #include "logzipper_win32/internal/event_records.h"
 #include "logzipper_win32/update_logs.h"
+#include "support/event_record.h"
 #include "support/recorded_log.h"
 #include "supportbundle/zip/zip.h"
 #include "svcquery_win32/service.h"
@@ -23,11 +24,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
-
-using Batch = std::vector<std::byte>;
 
 constexpr std::size_t batch_size = 128000;
 
@@ -36,38 +36,26 @@ double milliseconds_since(std::chrono::steady_clock::time_point start) {
 }
 
 // As many records of one kind as the read buffer takes; the first string is as long as the agent's usually are.
-Batch batch_of(const std::wstring& source, WORD string_count, std::size_t* records) {
-    EVENTLOGRECORD header{};
-    std::wstring tail = source + L'\0' + L"HOST" + L'\0';
-    header.StringOffset = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
+EventBatch batch_of(const std::wstring& source, std::size_t string_count, std::size_t* records) {
     const std::wstring message = L"MESSAGE=Loaded configuration of the tenant\n  CODE_FILE=load.cpp  CODE_LINE=120  "
                                  L"CODE_FUNC=config_load  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_INFO";
-    for (WORD i = 0; i < string_count; ++i) {
-        tail += (string_count == 2 ? message : L"application.exe") + L'\0';
-    }
-    tail.resize((tail.size() + 1) / 2 * 2 + 2);
-    header.TimeGenerated = 1738332309;
-    header.EventType = EVENTLOG_ERROR_TYPE;
-    header.NumStrings = string_count;
-    header.Length = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
-    Batch batch;
+    const std::vector<std::wstring> strings(string_count, string_count == 2 ? message : L"application.exe");
+    EventBatch batch;
+    EventBatch record;
     *records = 0;
     do {
-        header.RecordNumber = static_cast<DWORD>(++*records);
-        const auto at = batch.size();
-        batch.resize(at + header.Length);
-        std::memcpy(batch.data() + at, &header, sizeof header);
-        std::memcpy(batch.data() + at + sizeof header, tail.data(), tail.size() * sizeof(wchar_t));
-    } while (batch.size() + header.Length <= batch_size);
+        record = event_record(source, static_cast<DWORD>(++*records), EVENTLOG_ERROR_TYPE, strings);
+        batch.insert(batch.end(), record.begin(), record.end());
+    } while (batch.size() + record.size() <= batch_size);
     return batch;
 }
 
 void render(double seconds) {
-    const std::tuple<const char*, const wchar_t*, WORD> kinds[] = {
-        {"agent", L"corvel", WORD{2}}, {"crash", L"Application Error", WORD{12}}, {"skipped", L"Other", WORD{2}}};
+    const std::tuple<const char*, const wchar_t*, std::size_t> kinds[] = {
+        {"agent", L"corvel", 2}, {"crash", L"Application Error", 12}, {"skipped", L"Other", 2}};
     for (const auto& [name, source, strings] : kinds) {
         std::size_t records = 0;
-        const Batch batch = batch_of(source, strings, &records);
+        const EventBatch batch = batch_of(source, strings, &records);
         std::string text;
         std::size_t batches = 0;
         const auto start = std::chrono::steady_clock::now();
@@ -86,7 +74,7 @@ void render(double seconds) {
 
 void stream(std::size_t wanted, const wchar_t* archive) {
     std::size_t records = 0;
-    const Batch batch = batch_of(L"corvel", 2, &records);
+    const EventBatch batch = batch_of(L"corvel", 2, &records);
     std::size_t left = wanted / records;
     const Fakes::Replacement open(Fakes::OpenEventLogW, [](auto...) { return reinterpret_cast<HANDLE>(1); });
     const Fakes::Replacement close(Fakes::CloseEventLog, [](auto) { return TRUE; });

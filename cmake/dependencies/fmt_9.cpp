@@ -1,4 +1,4 @@
-// The compiled part of {fmt} 9, of which Debian packages the headers for every target but the library for its own alone.
+// The compiled part of {fmt} 9, of which Debian packages the headers for every target but the library for its own.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE
