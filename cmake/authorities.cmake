@@ -3,8 +3,8 @@
 # Git for Windows brings one along.
 find_program(CORVEL_OPENSSL openssl HINTS "$ENV{ProgramFiles}/Git/usr/bin" REQUIRED)
 
-# corvel_add_authorities(TARGET RELEASE DEVELOPER): the library corvel::TARGET with src/crypto_win32/authorities.h's data. The files may
-# be made by the build.
+# corvel_add_authorities(TARGET RELEASE DEVELOPER): the library corvel::TARGET with the data that
+# src/crypto_win32/internal/authorities.h declares. The files may be made by the build.
 function(corvel_add_authorities target release developer)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/generated/${target}.cpp)
   set(script ${PROJECT_SOURCE_DIR}/cmake/embed_authorities.cmake)

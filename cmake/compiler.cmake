@@ -6,16 +6,33 @@ add_library(corvel::compiler ALIAS corvel_compiler)
 # The lowest Windows that the tool runs on: 7 SP1 and Server 2008 R2.
 add_compile_definitions($<$<COMPILE_LANGUAGE:C,CXX>:_WIN32_WINNT=0x0601>)
 
+# corvel_split_symbols(TARGET): moves a release's symbols into a file beside it, for the debugger.
+function(corvel_split_symbols target)
+  if(MSVC OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+    return()
+  endif()
+  set(file $<TARGET_FILE:${target}>)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${CMAKE_STRIP} ${file}
+    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
+    BYPRODUCTS ${target}.exe.debug VERBATIM)
+endfunction()
+
 if(MSVC)
   # The manifest stands in the resource file; libraries named in the import table come from System32 only.
-  target_compile_options(corvel_compiler INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
-  target_link_options(corvel_compiler INTERFACE /MANIFEST:NO /DEPENDENTLOADFLAG:0x800 /guard:cf /CETCOMPAT)
+  target_compile_options(corvel_compiler INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf /Zi)
+  target_link_options(corvel_compiler INTERFACE
+    /MANIFEST:NO /DEPENDENTLOADFLAG:0x800 /guard:cf /CETCOMPAT /DEBUG /OPT:REF /OPT:ICF)
   return()
 endif()
 
-# No path of the build machine in the executable.
-add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong;-ffunction-sections;-fdata-sections;\
--ffile-prefix-map=${CMAKE_SOURCE_DIR}/=;-ffile-prefix-map=${CMAKE_BINARY_DIR}/=>")
+add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong;-ffunction-sections;-fdata-sections>")
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  # Lines for the debugger, but no path of the build machine.
+  add_compile_options(
+    "$<$<COMPILE_LANGUAGE:C,CXX>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=.>")
+endif()
 target_compile_options(corvel_compiler INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror>)
 # Without the terminal-server bit, each user of such a server has a Windows directory of their own. The linker's time
