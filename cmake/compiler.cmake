@@ -12,10 +12,12 @@ function(corvel_split_symbols target)
     return()
   endif()
   set(file $<TARGET_FILE:${target}>)
+  # Both tools write the time of day into the header otherwise.
+  set(at_no_time ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0)
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
-    COMMAND ${CMAKE_STRIP} ${file}
-    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
+    COMMAND ${at_no_time} ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${at_no_time} ${CMAKE_STRIP} ${file}
+    COMMAND ${at_no_time} ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
     BYPRODUCTS ${target}.exe.debug VERBATIM)
 endfunction()
 

@@ -30,6 +30,19 @@ class Executable(unittest.TestCase):
         for flag in 0x20, 0x40, 0x100, 0x8000:  # high entropy, dynamic base, NX, terminal-server aware
             self.assertTrue(characteristics & flag, hex(flag))
         self.assertGreater(struct.unpack_from("<I", IMAGE, header + 152)[0], 0, "no relocations")
+        sections, header_size = struct.unpack_from("<H12xH", IMAGE, header - 18)
+        for section in range(header + header_size, header + header_size + sections * 40, 40):
+            both = struct.unpack_from("<I", IMAGE, section + 36)[0] & 0xA0000000
+            self.assertNotEqual(both, 0xA0000000, IMAGE[section:section + 8])
+
+    def test_has_the_stack_protector_in_every_library_that_is_compiled_in(self):
+        archives = [path for path in BINARIES.parent.rglob("*.a")
+                    if not re.search("gtest|gmock|_delayed|authorities|/tests/", str(path))]
+        self.assertGreater(len(archives), 2)
+        for archive in archives:
+            symbols = subprocess.run(["x86_64-w64-mingw32-nm", archive], capture_output=True, encoding="utf-8",
+                                     check=True).stdout
+            self.assertIn("U __stack_chk_fail", symbols, archive)
 
     def test_imports_only_what_the_lowest_windows_has_from_libraries_that_it_knows(self):
         dump = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", CORVELCTL], capture_output=True, encoding="utf-8",
