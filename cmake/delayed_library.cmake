@@ -12,9 +12,10 @@ function(corvel_add_delayed_library dll)
   endif()
   set(definition ${PROJECT_SOURCE_DIR}/cmake/delayed/${dll}.def)
   set(library ${PROJECT_BINARY_DIR}/lib${dll}_delayed.a)
+  # The symbols in it are named after the path that is given here.
   add_custom_command(OUTPUT ${library}
-    COMMAND ${CMAKE_DLLTOOL} --input-def ${definition} --output-delaylib ${library}
-    DEPENDS ${definition} VERBATIM)
+    COMMAND ${CMAKE_DLLTOOL} --input-def ${definition} --output-delaylib lib${dll}_delayed.a
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR} DEPENDS ${definition} VERBATIM)
   add_custom_target(${target}_file DEPENDS ${library})
   add_dependencies(${target} ${target}_file)
   target_link_libraries(${target} INTERFACE ${library})
