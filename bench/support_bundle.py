@@ -59,6 +59,10 @@ def archive(folder):
     tool = float(bench("zip", log, folder / "tool.zip").split()[1]) / 1000
     others = {"zip -9": seconds("zip", "-9", "-q", folder / "zip.zip", log),
               "7z -mx=9": seconds("7z", "a", "-tzip", "-mx=9", "-bd", "-mmt=1", folder / "7z.zip", log)}
+    minideflate = BUILD / "bench" / "minideflate.exe"
+    if minideflate.exists():  # raw deflate, as in an archive
+        others["minideflate -9"] = seconds(*IN_WINE, minideflate, "-k", "-9", "-w", "-15", log)
+        next(folder.glob(f"{log.name}.z*")).rename(folder / "minideflate.zip")
     size = (folder / "tool.zip").stat().st_size
     print(f"archive of {LOG_SIZE // 10**6} MB{'':20}{tool:9.1f} s   {size / 1e6:9.1f} MB")
     for name, taken in others.items():

@@ -1,18 +1,16 @@
 #pragma once
 
 // Replaces functions of the system at link time. A faked import passes every call through until a test puts a
-// function in its place, which lasts as long as the Replacement and is seen by that test's thread alone, unless it asks
-// for every thread:
+// function in its place, which lasts as long as the Replacement and is seen by that test's thread alone:
 //
 //   const Fakes::Replacement refuse(Fakes::MoveFileExW, [](auto...) { return FALSE; });
 
 #include <windows.h>
 
+#include <forward_list>
 #include <functional>
 #include <memory>
-#include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace Fakes {
 
@@ -20,10 +18,10 @@ template <typename Signature>
 struct Fake {
     Signature* const* original = nullptr;
     std::function<Signature> replacement{};
-    DWORD thread = 0; // 0: every thread
+    DWORD thread = 0;
 
     bool applies() const {
-        return replacement && (thread == 0 || thread == GetCurrentThreadId());
+        return replacement && thread == GetCurrentThreadId();
     }
     /// Calls what a caller gets now.
     template <typename... Args>
@@ -32,57 +30,28 @@ struct Fake {
     }
 };
 
-enum class Threads { ThisOne, All };
-
-template <typename Signature>
-class Replacement {
-public:
-    template <typename Function>
-    Replacement(Fake<Signature>& fake, Function function, Threads threads = Threads::ThisOne)
-        : fake_(fake), previous_(fake) {
-        fake_.thread = threads == Threads::All ? 0 : GetCurrentThreadId();
-        fake_.replacement = std::move(function);
+/// One replacement, which ends with the last copy of this object.
+struct Replacement {
+    template <typename Signature, typename Function>
+    Replacement(Fake<Signature>& fake, Function function)
+        : end(nullptr, [&fake, previous = fake](void*) { fake = previous; }) {
+        fake.thread = GetCurrentThreadId();
+        fake.replacement = std::move(function);
     }
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-    ~Replacement() {
-        fake_ = previous_;
-    }
-
-private:
-    Fake<Signature>& fake_;
-    Fake<Signature> previous_;
+    std::shared_ptr<void> end;
 };
 
 /// Replacements that last as long as this object; of two of one function, the later one holds.
 class Replacements {
 public:
-    Replacements() = default;
-    Replacements(const Replacements&) = delete;
-    Replacements& operator=(const Replacements&) = delete;
-    ~Replacements() {
-        while (!replaced_.empty()) {
-            replaced_.pop_back();
-        }
-    }
     template <typename Signature, typename Function>
-    void add(Fake<Signature>& fake, Function function, Threads threads = Threads::ThisOne) {
-        replaced_.push_back(std::make_shared<Replacement<Signature>>(fake, std::move(function), threads));
+    void add(Fake<Signature>& fake, Function function) {
+        replaced_.emplace_front(fake, std::move(function));
     }
 
 private:
-    std::vector<std::shared_ptr<void>> replaced_;
+    std::forward_list<Replacement> replaced_; // ended from the front, the latest first
 };
-
-/// Replaces a function by one that fails with this result and last error.
-template <typename Result, typename... Args>
-Replacement<Result(Args...)> failing(Fake<Result(Args...)>& fake, std::type_identity_t<Result> result,
-                                     DWORD error = ERROR_ACCESS_DENIED) {
-    return {fake, [result, error](Args...) {
-                SetLastError(error);
-                return result;
-            }};
-}
 
 // What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
 // fakes are constructed.

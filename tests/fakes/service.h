@@ -11,7 +11,7 @@
 namespace Fakes {
 
 /// The agent service on a machine whose clock only moves when somebody sleeps. It shows the states in turn, the last
-/// one for ever, and writes down what it is told.
+/// one for ever, and writes down what happens.
 struct Service {
     struct Observed {
         DWORD state;
@@ -19,21 +19,25 @@ struct Service {
     };
     std::deque<Observed> states;
     std::vector<std::string> calls;
-    std::vector<DWORD> sleeps;
     int open_handles = 0;
     DWORD now = 0xFFFFF000; // shortly before the tick counter wraps
 
     explicit Service(Replacements& replaced) {
-        const auto open = [this](const char* what, bool all) {
-            calls.push_back(std::string(what) + (all ? ", all" : ", query"));
+        const auto open = [this](const char* what) {
+            calls.emplace_back(what);
             ++open_handles;
             return reinterpret_cast<SC_HANDLE>(0x5c);
         };
-        replaced.add(OpenSCManagerW,
-                     [=](auto, auto, DWORD rights) { return open("manager", rights == SC_MANAGER_ALL_ACCESS); });
+        const auto called = [this](const char* what) {
+            calls.emplace_back(what);
+            return TRUE;
+        };
+        replaced.add(OpenSCManagerW, [=](auto, auto, DWORD rights) {
+            return open(rights == SC_MANAGER_ALL_ACCESS ? "manager, all" : "manager, query");
+        });
         replaced.add(OpenServiceW, [=](auto, LPCWSTR name, DWORD rights) {
             EXPECT_STREQ(name, L"corvel-tracker");
-            return open("service", rights == SERVICE_ALL_ACCESS);
+            return open(rights == SERVICE_ALL_ACCESS ? "service, all" : "service, query");
         });
         replaced.add(CloseServiceHandle, [this](auto) { return open_handles-- > 0 ? TRUE : FALSE; });
         replaced.add(QueryServiceStatus, [this](auto, LPSERVICE_STATUS status) {
@@ -44,27 +48,23 @@ struct Service {
             }
             return TRUE;
         });
-        replaced.add(ControlService, [this](auto, DWORD control, auto) {
-            EXPECT_EQ(control, static_cast<DWORD>(SERVICE_CONTROL_STOP));
-            return called("stop");
+        replaced.add(ControlService, [=](auto, DWORD control, auto) {
+            return called(control == SERVICE_CONTROL_STOP ? "stop" : "control");
         });
-        replaced.add(ChangeServiceConfig2W, [this](auto, DWORD level, LPVOID info) {
+        replaced.add(ChangeServiceConfig2W, [=](auto, DWORD level, LPVOID info) {
             EXPECT_EQ(level, static_cast<DWORD>(SERVICE_CONFIG_DELAYED_AUTO_START_INFO));
-            EXPECT_TRUE(static_cast<SERVICE_DELAYED_AUTO_START_INFO*>(info)->fDelayedAutostart);
-            return called("delay");
+            const bool delayed = static_cast<SERVICE_DELAYED_AUTO_START_INFO*>(info)->fDelayedAutostart != 0;
+            return called(delayed ? "delay" : "do not delay");
         });
-        replaced.add(StartServiceW, [this](auto...) { return called("start"); });
+        replaced.add(StartServiceW, [=](auto...) { return called("start"); });
         replaced.add(GetTickCount, [this] { return now; });
         replaced.add(Sleep, [this](DWORD milliseconds) {
-            sleeps.push_back(milliseconds);
             now += milliseconds;
+            // The logging library sleeps as well, but not for long.
+            if (milliseconds >= 100) {
+                calls.push_back("sleep " + std::to_string(milliseconds));
+            }
         });
-    }
-
-private:
-    BOOL called(const char* what) {
-        calls.emplace_back(what);
-        return TRUE;
     }
 };
 

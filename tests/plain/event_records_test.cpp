@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 using LogZipper::render_event_records;
 
 namespace {
@@ -51,30 +49,6 @@ TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_lengt
         EXPECT_EQ(render_event_records(agent + damaged + agent, text), 1U);
         EXPECT_EQ(text, sound_length ? agent_text + agent_text : agent_text);
     }
-}
-
-// The batch ends where memory does, so that reading one byte too many ends the process.
-TEST(EventRecords, of_any_content_are_read_without_leaving_the_batch) {
-    constexpr std::size_t page = 4096;
-    auto* const memory = static_cast<std::byte*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE, PAGE_NOACCESS));
-    ASSERT_NE(VirtualAlloc(memory, page, MEM_COMMIT, PAGE_READWRITE), nullptr);
-    const EventBatch genuine =
-        agent +
-        event_record(L"Application Error", 1, EVENTLOG_ERROR_TYPE, std::vector<std::wstring>(14, L"string \xD800")) +
-        agent;
-    std::mt19937 random(7);
-    for (int round = 0; round < 1000; ++round) {
-        EventBatch batch = genuine;
-        for (unsigned change = 0; change <= random() % 6; ++change) {
-            batch[random() % batch.size()] = static_cast<std::byte>(random() % 3 == 0 ? 0xFF : random());
-        }
-        batch.resize(batch.size() - std::size_t{4} * (random() % 3));
-        std::byte* const start = memory + page - batch.size();
-        std::memcpy(start, batch.data(), batch.size());
-        std::string text;
-        render_event_records({start, batch.size()}, text);
-    }
-    VirtualFree(memory, 0, MEM_RELEASE);
 }
 
 } // namespace

@@ -1,8 +1,9 @@
-// Every command on a healthy machine, once for each call of each replaced function, which then fails. What the user and
-// the log are told more than on the healthy machine stands in failure_matrix.txt; FAILURE_MATRIX names a file to write
-// it to anew.
+// What every command says and does: on a healthy machine, on others, and on the healthy one once for each call of each
+// replaced function, which then fails. Of all but the healthy machine, only what is different stands in
+// failure_matrix.txt; FAILURE_MATRIX names a file to write it to anew.
 
 #include "config/persistence.h"
+#include "crypto_win32/internal/authorities.h"
 #include "fakes/service.h"
 #include "fakes/wmi.h"
 #include "main/dispatch.h"
@@ -10,6 +11,7 @@
 #include "support/event_record.h"
 #include "support/recorded_log.h"
 #include "support/temporary_folder.h"
+#include "system_win32/com.h"
 #include "system_win32/system_info.h"
 #include "winconv/fatal_exception.h"
 
@@ -19,18 +21,23 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <random>
 #include <regex>
-#include <set>
+#include <span>
 #include <sstream>
 
 namespace {
 
 using Lines = std::vector<std::string>;
+using Change = std::function<std::shared_ptr<void>()>;
+using Values = std::map<std::wstring, const wchar_t*>;
 
-constexpr auto old_configuration = R"({"log_level":"debug"})";
-constexpr auto tenant = "6f9619ff-8b86-d011-b42d-00c04fc964ff";
+const std::string long_text(30000, 'x');
+const Lines set = {"set", "tenant_id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"};
+const Lines create_support_bundle = {"create_support_bundle"};
+const Lines verify_release = {"verify_release", "release.json", "developer.p7s"};
 
 // A way to make one call of a function fail, counting its calls.
 struct Failure {
@@ -43,9 +50,8 @@ enum class Done { No, All };
 template <typename Result, typename... Args>
 Failure failure(const char* name, Fakes::Fake<Result(Args...)>& fake, std::type_identity_t<Result> result,
                 DWORD error = ERROR_ACCESS_DENIED, Done done = Done::No) {
-    return {name, [=, &fake](int which, int& calls) -> std::shared_ptr<void> {
-                const auto healthy = fake;
-                return std::make_shared<Fakes::Replacement<Result(Args...)>>(fake, [=, &calls](Args... args) -> Result {
+    return {name, [=, &fake](int which, int& calls) {
+                const auto broken = [=, &calls, healthy = fake](Args... args) -> Result {
                     if (++calls != which) {
                         return healthy(args...);
                     }
@@ -55,14 +61,41 @@ Failure failure(const char* name, Fakes::Fake<Result(Args...)>& fake, std::type_
                     errno = EIO;
                     SetLastError(error);
                     return result;
-                });
+                };
+                return Fakes::Replacement(fake, broken).end;
             }};
 }
 #define FAILURE(function, ...) failure(#function, Fakes::function, __VA_ARGS__)
 
-// The wait for PowerShell alone: the logging library waits as well.
-DWORD (*const signalled)() = [] { return DWORD{WAIT_OBJECT_0}; };
-Fakes::Fake<DWORD()> wait_for_process{&signalled};
+// What the library functions that are looked up say.
+RTL_OSVERSIONINFOEXW version;
+USHORT native_machine = 0; // 0: nobody can be asked
+
+LONG WINAPI get_version(RTL_OSVERSIONINFOEXW* result) {
+    *result = version;
+    return 0;
+}
+BOOL WINAPI get_native_machine(HANDLE, USHORT*, USHORT* native) {
+    *native = native_machine;
+    return TRUE;
+}
+
+std::wstring noise(std::size_t length) {
+    std::mt19937 random(1);
+    std::wstring text(length, L'\0');
+    std::ranges::generate(text, [&] { return static_cast<wchar_t>(0x4E00 + random() % 0x5000); });
+    return text;
+}
+
+const EventBatch event = event_record(L"corvel", 7, EVENTLOG_WARNING_TYPE, {L"text"});
+const EventBatch large_event = event_record(L"corvel", 8, EVENTLOG_WARNING_TYPE, {noise(60000)});
+
+// What reading the event log gives.
+struct Read {
+    DWORD error = 0; // 0: the batch
+    EventBatch batch{};
+    DWORD needed = 0;
+};
 
 class FailureMatrix : public testing::Test {
 protected:
@@ -70,6 +103,19 @@ protected:
     std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::path agent = folder.path() / L"ProgramData" / L"corvel";
     std::filesystem::path windows = folder.path() / L"Windows";
+    std::string configuration; // of the file; empty if there is none
+    std::deque<Read> event_log;
+    DWORD product = 0;
+    Values registry; // numbers as they stand in memory
+    WORD processor = 0;
+    std::wstring unresolvable;
+    DWORD interface_index = 0;
+    DWORD adapters = 0;
+    // Of a message with several signers, which Wine cannot read: the authority that each is taken for, and whether its
+    // signature is good. And the chain that every signer has, if not the system's.
+    std::vector<std::pair<std::span<const unsigned char>, bool>> signers;
+    LONG counted_signers = 9;
+    const CERT_CHAIN_CONTEXT* chain = nullptr;
     HANDLE process = nullptr;
     int handles = 0;
     int left_open = 0;
@@ -78,38 +124,16 @@ protected:
     EnvironmentVariable current_folder{L"NoDefaultCurrentDirectoryInExePath", nullptr};
     Fakes::Replacements replaced;
     Fakes::Service service{replaced};
+    std::map<std::string, Lines> healthy;
+    Lines matrix;
 
     void SetUp() override {
+        { const System::WindowsIpcApartment loads_winrt_once; }
         FakedWmi::install(replaced);
-        replaced.add(Fakes::SHGetKnownFolderPath, [this](const GUID& id, auto, auto, PWSTR* path) {
-            *path = task_string(id == FOLDERID_Windows ? windows : agent.parent_path());
-            return S_OK;
-        });
-        replaced.add(Fakes::GetWindowsDirectoryW, [this](LPWSTR buffer, auto) {
-            std::copy_n(windows.c_str(), windows.native().size() + 1, buffer);
-            return static_cast<UINT>(windows.native().size());
-        });
-        replaced.add(Fakes::CreateProcessW,
-                     [this](auto, auto, auto, auto, auto, auto, auto, auto, auto, PROCESS_INFORMATION* started) {
-                         process = started->hProcess = CreateEventW(nullptr, TRUE, TRUE, nullptr);
-                         started->hThread = CreateEventW(nullptr, TRUE, TRUE, nullptr);
-                         return TRUE;
-                     });
-        replaced.add(Fakes::ReadEventLogW,
-                     [read = 0](auto, auto, auto, void* buffer, auto, DWORD* count, auto) mutable {
-                         const EventBatch batch = event_record(L"corvel", 7, EVENTLOG_WARNING_TYPE, {L"text"});
-                         std::ranges::copy(batch, static_cast<std::byte*>(buffer));
-                         *count = static_cast<DWORD>(batch.size());
-                         SetLastError(ERROR_HANDLE_EOF);
-                         return ++read % 2 == 1 ? TRUE : FALSE;
-                     });
-        replaced.add(Fakes::GetAddrInfoW, [](auto, auto, auto hints, auto result) {
-            return (*Fakes::GetAddrInfoW.original)(L"127.0.0.1", L"443", hints, result);
-        });
-        // The machine's own roots are many.
-        replaced.add(Fakes::CertOpenSystemStoreW, [](auto...) {
-            return (*Fakes::CertOpenStore.original)(CERT_STORE_PROV_MEMORY, 0, 0, CERT_STORE_CREATE_NEW_FLAG, nullptr);
-        });
+        fake_files_and_processes();
+        fake_installation();
+        fake_network();
+        fake_signatures();
         count_handles();
         std::filesystem::current_path(folder.path());
     }
@@ -124,6 +148,150 @@ protected:
         while (CoGetApartmentType(&type, &qualifier) == S_OK) {
             CoUninitialize();
         }
+    }
+
+    void fake_files_and_processes() {
+        replaced.add(Fakes::SHGetKnownFolderPath, [this](const GUID& id, auto, auto, PWSTR* path) {
+            *path = task_string(id == FOLDERID_Windows ? windows : agent.parent_path());
+            return S_OK;
+        });
+        replaced.add(Fakes::GetWindowsDirectoryW, [this](LPWSTR buffer, auto) {
+            std::copy_n(windows.c_str(), windows.native().size() + 1, buffer);
+            return static_cast<UINT>(windows.native().size());
+        });
+        replaced.add(Fakes::CreateProcessW, [this](LPCWSTR application, LPWSTR line, auto, auto, BOOL inherit,
+                                                   DWORD flags, auto, auto, auto, PROCESS_INFORMATION* started) {
+            EXPECT_TRUE(application == nullptr && inherit == FALSE && flags == 0x08000000);
+            wchar_t value[2]{};
+            EXPECT_EQ((*Fakes::GetEnvironmentVariableW.original)(L"NoDefaultCurrentDirectoryInExePath", value, 2), 1U);
+            service.calls.push_back(std::filesystem::path(line).string());
+            process = started->hProcess = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+            started->hThread = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+            return TRUE;
+        });
+        // Only the wait for the process is looked at: the logging library waits as well.
+        replaced.add(Fakes::WaitForSingleObject, [this](HANDLE object, DWORD milliseconds) {
+            EXPECT_TRUE(object != process || milliseconds == INFINITE);
+            return (*Fakes::WaitForSingleObject.original)(object, milliseconds);
+        });
+        replaced.add(Fakes::OpenEventLogW, [](LPCWSTR server, LPCWSTR name) {
+            return server == nullptr && std::wstring_view(name) == L"corvel" ? reinterpret_cast<HANDLE>(1) : nullptr;
+        });
+        replaced.add(Fakes::CloseEventLog, [](auto) { return TRUE; });
+        replaced.add(Fakes::ReadEventLogW,
+                     [this](auto, DWORD flags, auto, LPVOID buffer, DWORD size, DWORD* count, DWORD* needed) {
+                         service.calls.push_back(fmt::format("read {} as {}", size, flags));
+                         event_log.push_back({ERROR_HANDLE_EOF});
+                         const Read next = event_log.front();
+                         event_log.pop_front();
+                         std::ranges::copy(next.batch, static_cast<std::byte*>(buffer));
+                         *count = static_cast<DWORD>(next.batch.size());
+                         *needed = next.needed;
+                         SetLastError(next.error);
+                         return next.error == 0 ? TRUE : FALSE;
+                     });
+    }
+    void fake_installation() {
+        replaced.add(Fakes::GetProcAddress, [](HMODULE library, LPCSTR name) {
+            if (std::string_view(name) == "RtlGetVersion") {
+                return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(get_version));
+            }
+            if (std::string_view(name) != "IsWow64Process2") {
+                return (*Fakes::GetProcAddress.original)(library, name);
+            }
+            return native_machine == 0 ? nullptr
+                                       : reinterpret_cast<FARPROC>(reinterpret_cast<void*>(get_native_machine));
+        });
+        replaced.add(Fakes::GetNativeSystemInfo,
+                     [this](SYSTEM_INFO* result) { result->wProcessorArchitecture = processor; });
+        replaced.add(Fakes::RegGetValueW, [this](HKEY, LPCWSTR key, LPCWSTR name, DWORD type, auto, void* data, auto) {
+            const std::wstring levels = type == RRF_RT_REG_DWORD ? L"\\Server\\ServerLevels" : L"";
+            if (key != L"Software\\Microsoft\\Windows NT\\CurrentVersion" + levels || !registry.contains(name)) {
+                return LSTATUS{ERROR_FILE_NOT_FOUND};
+            }
+            wcscpy(static_cast<wchar_t*>(data), registry[name]);
+            return LSTATUS{ERROR_SUCCESS};
+        });
+        replaced.add(Fakes::GetProductInfo, [this](DWORD a, DWORD b, DWORD c, DWORD d, DWORD* result) {
+            EXPECT_TRUE(a == 6 && b == 3 && c == 0 && d == 0);
+            *result = product;
+            return TRUE;
+        });
+    }
+    void fake_network() {
+        replaced.add(Fakes::gethostname, [](char* buffer, int size) {
+            return std::string_view("gr\xFCn").copy(buffer, static_cast<std::size_t>(size)) == 4 ? 0 : -1;
+        });
+        replaced.add(Fakes::MultiByteToWideChar, [](UINT page, auto... rest) {
+            return (*Fakes::MultiByteToWideChar.original)(page == CP_ACP ? 1252 : page, rest...);
+        });
+        replaced.add(Fakes::GetAddrInfoW, [this](LPCWSTR host, LPCWSTR service_name, auto hints, auto result) {
+            EXPECT_STREQ(service_name, L"https");
+            EXPECT_TRUE(hints->ai_family == 2 && hints->ai_socktype == 1 && hints->ai_protocol == 6);
+            // By its number, for which the machine need not know the service.
+            return unresolvable.find(host) != std::wstring::npos
+                       ? WSAHOST_NOT_FOUND
+                       : (*Fakes::GetAddrInfoW.original)(L"127.0.0.1", L"443", hints, result);
+        });
+        replaced.add(Fakes::GetBestInterface, [this](IPAddr destination, DWORD* index) {
+            EXPECT_EQ(destination, 0xBB010002U); // 2.0.1.187
+            *index = interface_index;
+            return DWORD{NO_ERROR};
+        });
+        replaced.add(Fakes::GetIpAddrTable, [this](MIB_IPADDRTABLE* table, ULONG* size, BOOL) -> DWORD {
+            const MIB_IPADDRROW rows[] = {{0x0100007F, 1}, {0x0100000A, 2}};
+            const auto needed = static_cast<ULONG>(offsetof(MIB_IPADDRTABLE, table) + adapters * sizeof rows[0]);
+            if (*size < needed) {
+                *size = needed;
+                return ERROR_INSUFFICIENT_BUFFER;
+            }
+            table->dwNumEntries = adapters + 100; // more than there is room for
+            std::copy_n(rows, adapters, &table->table[0]);
+            return NO_ERROR;
+        });
+    }
+    void fake_signatures() {
+        // The machine's own roots are many.
+        replaced.add(Fakes::CertOpenSystemStoreW, [](auto...) {
+            return (*Fakes::CertOpenStore.original)(CERT_STORE_PROV_MEMORY, 0, 0, CERT_STORE_CREATE_NEW_FLAG, nullptr);
+        });
+        replaced.add(Fakes::CertOpenStore, [this](LPCSTR provider, auto... rest) {
+            const bool of_message = provider == CERT_STORE_PROV_PKCS7 && !signers.empty();
+            return (*Fakes::CertOpenStore.original)(of_message ? CERT_STORE_PROV_MEMORY : provider, rest...);
+        });
+        replaced.add(Fakes::CertCloseStore, [](HCERTSTORE store, DWORD flags) {
+            EXPECT_EQ(flags, static_cast<DWORD>(CERT_CLOSE_STORE_CHECK_FLAG));
+            return (*Fakes::CertCloseStore.original)(store, flags);
+        });
+        replaced.add(Fakes::CryptGetMessageSignerCount, [this](auto... arguments) {
+            return signers.empty() ? (*Fakes::CryptGetMessageSignerCount.original)(arguments...) : counted_signers;
+        });
+        replaced.add(Fakes::CryptVerifyDetachedMessageSignature, [this](auto a, DWORD signer, auto c, auto d, auto e,
+                                                                        auto f, auto g, PCCERT_CONTEXT* certificate) {
+            if (signers.empty()) {
+                return (*Fakes::CryptVerifyDetachedMessageSignature.original)(a, signer, c, d, e, f, g, certificate);
+            }
+            if (signer >= signers.size()) {
+                SetLastError(static_cast<DWORD>(CRYPT_E_NO_SIGNER));
+                return FALSE;
+            }
+            const auto [der, good] = signers[signer];
+            *certificate = CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size()));
+            SetLastError(static_cast<DWORD>(NTE_BAD_SIGNATURE));
+            return good ? TRUE : FALSE;
+        });
+        replaced.add(Fakes::CertGetCertificateChain, [this](auto a, auto b, auto c, auto d, auto e, DWORD flags, auto g,
+                                                            PCCERT_CHAIN_CONTEXT* result) {
+            service.calls.push_back(fmt::format("chain with flags {}", flags));
+            *result = chain;
+            return chain != nullptr ? TRUE
+                                    : (*Fakes::CertGetCertificateChain.original)(a, b, c, d, e, flags, g, result);
+        });
+        replaced.add(Fakes::CertFreeCertificateChain, [this](PCCERT_CHAIN_CONTEXT freed) {
+            if (freed != chain) {
+                (*Fakes::CertFreeCertificateChain.original)(freed);
+            }
+        });
     }
 
     template <typename Result, typename... Args>
@@ -151,42 +319,55 @@ protected:
         count(Fakes::WSACleanup, -1, [](int error) { return error == 0; });
     }
 
-    void make_machine(bool configured) {
+    void configure(const std::string& content) {
+        std::filesystem::create_directories(agent);
+        put_file(agent / L"corvel.json", content);
+        configuration = content;
+    }
+    void make_machine(bool configured = true) {
         for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
             std::filesystem::remove_all(entry);
         }
-        std::filesystem::create_directories(agent);
         std::filesystem::create_directories(windows / L"Temp" / L"corvel");
         put_file(windows / L"Temp" / L"corvel" / L"setup.log", "setup");
-        std::mt19937 random(1);
-        std::string noise(200000, '\0');
-        std::ranges::generate(noise, [&] { return static_cast<char>(random()); });
-        put_file(agent / L"agent.log", noise);
+        configuration.clear();
         if (configured) {
-            put_file(agent / L"corvel.json", old_configuration);
-        } else {
-            std::filesystem::remove_all(agent);
+            configure(R"({"log_level":"debug"})");
+            put_file(agent / L"agent.log", std::string(reinterpret_cast<const char*>(large_event.data()), 120000));
         }
         for (const char* name : {"release.json", "developer.p7s"}) {
             std::filesystem::copy(std::string("Z:" TEST_FIXTURES "/sample_authorities/") + name, folder.path());
         }
         service.states = {{SERVICE_RUNNING}, {SERVICE_STOP_PENDING}, {SERVICE_STOPPED}, {SERVICE_RUNNING}};
+        event_log = {{0, event}};
+        version = {0, 10, 0, 22631, 0, L"", 0, 0, 0, 1};
+        product = 7;
+        registry = {{L"DisplayVersion", L"23H2"}, {L"ReleaseId", L"2009"}};
+        native_machine = 0x8664;
+        processor = PROCESSOR_ARCHITECTURE_AMD64;
+        unresolvable.clear();
+        interface_index = adapters = 2;
+        signers.clear();
+        counted_signers = 9;
+        chain = nullptr;
         FakedWmi::rows = {{{L"OperatingSystemSKU", 48L},
                            {L"LicenseFamily", L"Professional"},
                            {L"LicenseStatus", 1L},
                            {L"Name", L"Windows"},
                            {L"ApplicationID", L"id"}}};
+    }
+
+    // What the command says, logs and asks the system for, one line each, behind its status.
+    Lines run(
+        const Lines& arguments, const Change& change = [] { return nullptr; }) {
         Config::current() = Config::Record();
         System::system_info() = System::SystemInfo();
         RecordedLog::take();
-    }
-
-    // What the command says and logs, one line each, behind its status.
-    Lines run(const Lines& arguments, const std::function<std::shared_ptr<void>()>& break_something) {
+        service.calls.clear();
         std::string status;
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        auto broken = break_something();
+        auto changed = change();
         handles = 0;
         try {
             status = fmt::format("status {}", Commands::dispatch(arguments));
@@ -194,14 +375,19 @@ protected:
             status = fmt::format("ends abnormally: {}", error.what());
         }
         left_open = handles;
-        broken.reset();
+        changed.reset();
         std::istringstream said(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr());
         Lines lines{status};
         for (std::string line; std::getline(said, line);) {
             lines.push_back(line);
         }
-        for (const std::string& line : RecordedLog::take()) {
-            lines.push_back(line);
+        std::ranges::copy(RecordedLog::take(), std::back_inserter(lines));
+        for (const auto& license : System::system_info().licenses) {
+            lines.push_back(fmt::format("{} {} {}", license.value.value_or("-"), license.family.value_or("-"),
+                                        license.status.value_or(-1)));
+        }
+        if (!service.calls.empty()) {
+            lines.push_back(fmt::format("{}", fmt::join(service.calls, ", ")));
         }
         const std::pair<std::regex, const char*> varying[] = {
             {std::regex(R"(\d{4}-\d\d-\d\d[ _]\d\d[:-]\d\d[:-]\d\d(\.\d{7})?)"), "<time>"},
@@ -209,9 +395,10 @@ protected:
             {std::regex("parse error at .*"), "parse error"},
         };
         for (std::string& line : lines) {
-            const std::string path = folder.path().string();
-            for (auto at = line.find(path); at != std::string::npos; at = line.find(path)) {
-                line.replace(at, path.size(), "<folder>");
+            for (const auto& [text, name] : {std::pair(folder.path().string(), "<folder>"), {long_text, "<long>"}}) {
+                for (auto at = line.find(text); at != std::string::npos; at = line.find(text)) {
+                    line.replace(at, text.size(), name);
+                }
             }
             for (const auto& [pattern, name] : varying) {
                 line = std::regex_replace(line, pattern, name);
@@ -220,14 +407,162 @@ protected:
         return lines;
     }
 
-    void expect_nothing_lost(bool configured) const {
+    void expect_nothing_lost() const {
         EXPECT_EQ(left_open, 0);
         EXPECT_EQ(service.open_handles, 0);
         EXPECT_EQ(FakedWmi::references, 0);
         EXPECT_FALSE(std::filesystem::exists(agent / L"corvel.json._corvel_tmp"));
         const std::string content = get_file(agent / L"corvel.json");
-        EXPECT_TRUE(content == (configured ? old_configuration : "") || content == Config::serialise(Config::current()))
-            << content;
+        EXPECT_TRUE(content == configuration || content == Config::serialise(Config::current())) << content;
+    }
+    // Keeps what is different from the healthy machine and in no line of the matrix yet.
+    void add(const std::string& name, Lines lines, const Lines& expected) {
+        std::erase_if(lines, [&](const std::string& line) {
+            return line != lines.front() && std::ranges::find(expected, line) != expected.end();
+        });
+        const std::string outcome = fmt::format("{}: {}", name, fmt::join(lines, " | "));
+        if (std::ranges::find(matrix, outcome) == matrix.end()) {
+            matrix.push_back(outcome);
+        }
+    }
+    // Runs a command on the machine as it was made different, and makes it anew.
+    void explore(
+        const std::string& name, const Lines& arguments, const Change& change = [] { return nullptr; }) {
+        SCOPED_TRACE(name);
+        add(name, run(arguments, change), healthy[arguments.front()]);
+        expect_nothing_lost();
+        make_machine();
+    }
+    void explore_services() {
+        service.states = {{SERVICE_STOP_PENDING}, {SERVICE_STOPPED}, {SERVICE_RUNNING}};
+        explore("set, service that is stopping", set);
+        service.states = {{SERVICE_STOPPED}, {SERVICE_START_PENDING}, {SERVICE_STOPPED}};
+        explore("set, service that fails to start", set);
+        service.states = {{SERVICE_RUNNING}, {SERVICE_STOP_PENDING, 50000}};
+        explore("set, service that does not stop", set);
+        for (const DWORD hint : {0UL, 9999UL, 50009UL, 200000UL}) {
+            service.states = {{SERVICE_STOPPED}, {SERVICE_START_PENDING, hint}, {SERVICE_RUNNING}};
+            explore(fmt::format("set, service with wait hint {}", hint), set);
+        }
+        for (const DWORD state : {0UL, 5UL, 7UL, 8UL}) {
+            service.states = {{SERVICE_STOP_PENDING}, {state}};
+            explore(fmt::format("set, service in state {}", state), set);
+        }
+    }
+    void explore_configurations() {
+        const std::string deep(1000000, '[');
+        for (const std::string& content :
+             {std::string(), std::string("{} x"), std::string("// c\n{}"), std::string(R"({"webapp_addr": "\xFF"})"),
+              std::string("{\"webapp_addr\": \"\xFF\"}"), std::string("{}\0", 3), std::string(R"({"self_update": 1})"),
+              deep, R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}"}) {
+            configure(content);
+            explore(fmt::format("set, malformed file of {} bytes", content.size()), set);
+        }
+        configure(R"({"webapp_addr": "file", "tenant_id": "6f9619ff-8b86-d011-b42d-00c04fc964ff",)"
+                  R"( "self_update_profile": "test", "skip_power_check": true})");
+        const std::wstring long_value(long_text.begin(), long_text.end());
+        const EnvironmentVariable variables[] = {{L"WEBAPP_ADDR", L""},
+                                                 {L"TENANT_ID", L"no UUID"},
+                                                 {L"SELF_UPDATE_ADDR", long_value.c_str()},
+                                                 {L"SELF_UPDATE_PROFILE", L"unsigned"},
+                                                 {L"SELF_UPDATE", L"yes"}};
+        explore("verify_release, environment over the file", verify_release);
+    }
+    void explore_event_logs_and_update_logs() {
+        EventBatch damaged = event;
+        damaged[0] = std::byte{1};
+        event_log = {{0, event + damaged}, {0, event}};
+        explore("create_support_bundle, damaged event", create_support_bundle);
+        event_log = {{0, large_event}};
+        explore("create_support_bundle, full disk", create_support_bundle,
+                [] { return Fakes::Replacement(Fakes::WriteFile, [](auto...) { return FALSE; }).end; });
+        event_log = {{0, event}, {ERROR_INSUFFICIENT_BUFFER, {}, 300000}, {0, event + event}};
+        explore("create_support_bundle, event larger than the buffer", create_support_bundle);
+        event_log = {{ERROR_INSUFFICIENT_BUFFER, {}, 4}, {ERROR_INSUFFICIENT_BUFFER}};
+        explore("create_support_bundle, event larger than it was said to be", create_support_bundle);
+        for (const wchar_t* const name : {L"release.json", L"missing", L"quoted\" -Command \"", L"Program Data"}) {
+            std::filesystem::create_directory(folder.path() / L"Program Data");
+            const auto elsewhere = folder.path() / name;
+            explore("create_support_bundle, temporary folder " + elsewhere.filename().string(), create_support_bundle,
+                    [&] { return std::make_shared<EnvironmentVariable>(L"TMP", elsewhere.c_str()); });
+        }
+    }
+    void explore_installations() {
+        const auto explore_windows = [this](DWORD build, BYTE type, DWORD product_type, const Values& values) {
+            version = {0, 10, 0, build, 0, L"", 0, 0, 0, type};
+            product = product_type;
+            registry = values;
+            explore(fmt::format("create_support_bundle, Windows {}", build), create_support_bundle);
+        };
+        explore_windows(17763, 1, 0, {{L"DisplayVersion", L""}, {L"ReleaseId", L"1809"}});
+        explore_windows(22000, 3, 175, {{L"DisplayVersion", L"21H2"}});
+        explore_windows(20348, 3, 12, {});
+        explore_windows(17763, 2, 7, {{L"ServerCore", L"\1"}});
+        explore_windows(17763, 3, 7, {{L"ServerCore", L"\1"}, {L"Server-Gui-Shell", L"\1"}});
+        explore_windows(14393, 3, 7, {{L"NanoServer", L"\1"}});
+        explore_windows(10240, 3, 7, {});
+        version = {0, 6, 1, 7601, 0, L"Service Pack 1", 0, 0, 0, 3};
+        explore("create_support_bundle, Windows with a service pack", create_support_bundle);
+        native_machine = 0xAA64;
+        explore("create_support_bundle, machine that is emulated", create_support_bundle);
+        for (const WORD each : {WORD{0}, WORD{6}, WORD{9}, WORD{77}}) {
+            native_machine = 0;
+            processor = each;
+            explore(fmt::format("create_support_bundle, processor {}", each), create_support_bundle);
+        }
+    }
+    void explore_signers() {
+        for (const LONG counted : {9L, -1L, 0L, 1L}) {
+            signers = {{Crypto::developer_ca, true}, {Crypto::release_ca, true}};
+            counted_signers = counted;
+            explore(fmt::format("verify_release, two signers counted {}", counted), verify_release);
+        }
+        signers = {{Crypto::developer_ca, false}, {Crypto::release_ca, true}};
+        explore("verify_release, bad signer before a good one", verify_release);
+        CERT_SIMPLE_CHAIN simple{};
+        PCERT_SIMPLE_CHAIN simple_chains[] = {&simple};
+        CERT_CHAIN_CONTEXT bad{};
+        bad.rgpChain = simple_chains;
+        for (const auto& [status, chains] : {std::pair(0x20UL, 0UL), {0x21UL, 0UL}, {0UL, 0UL}, {0UL, 1UL}}) {
+            bad.TrustStatus.dwErrorStatus = status;
+            bad.cChain = chains;
+            chain = &bad;
+            explore("verify_release, bad chain", verify_release);
+        }
+    }
+    void explore_licences_and_networks() {
+        const FakedWmi::Value products[] = {L"175", L"x", L"99999999999", {}};
+        for (const FakedWmi::Value& sku : products) {
+            FakedWmi::rows[0][L"OperatingSystemSKU"] = sku;
+            explore("create_support_bundle, product type as text", create_support_bundle);
+        }
+        FakedWmi::rows.clear();
+        explore("create_support_bundle, no licence", create_support_bundle);
+        const auto add_product = [](const wchar_t* name, FakedWmi::Value family, FakedWmi::Value status) {
+            FakedWmi::rows.push_back({{L"Name", name},
+                                      {L"LicenseFamily", std::move(family)},
+                                      {L"ApplicationID", L"id"},
+                                      {L"LicenseStatus", std::move(status)}});
+        };
+        add_product(L"a", L"F", 0L);
+        add_product(L"b", L"F", 0L);
+        add_product(L"c", L"F", L"1");
+        add_product(L"d", {}, 1L);
+        add_product(L"e", {}, 1L);
+        add_product(L"f", L"G", 7L);
+        add_product(L"g", L"G", {});
+        add_product(L"h", L"H", L"no number");
+        add_product(L"i", L"I", 1L);
+        explore("create_support_bundle, licences alike and one that is damaged", create_support_bundle);
+        for (const wchar_t* const hosts : {L"app.corvel.example", L"app.corvel.example 1.1.1.1"}) {
+            unresolvable = hosts;
+            explore("create_support_bundle, without " + std::filesystem::path(hosts).string(), create_support_bundle);
+        }
+        for (const DWORD rows : {2UL, 0UL}) {
+            adapters = rows;
+            interface_index = 9;
+            explore("create_support_bundle, no address of the interface", create_support_bundle);
+        }
     }
 };
 
@@ -264,40 +599,40 @@ const Failure failures[] = {
 // clang-format on
 
 TEST_F(FailureMatrix, loses_nothing_and_says_what_failed) {
-    struct Command {
-        const char* name;
-        bool configured;
-        Lines arguments;
-    };
-    const Command commands[] = {{"set", true, {"set", "tenant_id", tenant}},
-                                {"first set", false, {"set", "tenant_id", tenant}},
-                                {"create_support_bundle", true, {"create_support_bundle"}},
-                                {"verify_release", true, {"verify_release", "release.json", "developer.p7s"}}};
-    Lines matrix;
-    for (const auto& [name, configured, arguments] : commands) {
+    for (const Lines& arguments : {set, create_support_bundle, verify_release}) {
+        make_machine();
+        const Lines lines = run(arguments);
+        add(arguments.front(), lines, {});
+        healthy[arguments.front()] = lines;
+    }
+    make_machine();
+    explore_services();
+    explore_configurations();
+    explore_event_logs_and_update_logs();
+    explore_installations();
+    explore_licences_and_networks();
+    explore_signers();
+    for (const auto& [name, configured, arguments] : {std::tuple("set", true, set),
+                                                      {"first set", false, set},
+                                                      {"create_support_bundle", true, create_support_bundle},
+                                                      {"verify_release", true, verify_release}}) {
         make_machine(configured);
-        const Lines healthy = run(arguments, [] { return nullptr; });
-        EXPECT_EQ(healthy.front(), "status 0");
+        const Lines expected = run(arguments);
+        EXPECT_EQ(expected.front(), "status 0");
         for (const Failure& each : failures) {
             for (int which = 1;; ++which) {
                 SCOPED_TRACE(fmt::format("{}: call {} of {}", name, which, each.function));
                 make_machine(configured);
                 int calls = 0;
-                Lines lines = run(arguments, [&] { return each.install(which, calls); });
-                expect_nothing_lost(configured);
+                const Lines lines = run(arguments, [&] { return each.install(which, calls); });
+                expect_nothing_lost();
                 if (calls < which) {
                     break;
                 }
-                EXPECT_TRUE(lines.front().starts_with("status") || arguments.front() == "create_support_bundle" ||
+                EXPECT_TRUE(lines.front().starts_with("status") || arguments == create_support_bundle ||
                             lines.front().ends_with("bad_alloc"));
-                std::erase_if(lines, [&](const std::string& line) {
-                    return line != lines.front() && std::ranges::find(healthy, line) != healthy.end();
-                });
-                const std::string outcome = fmt::format("{} {}: {}", name, each.function, fmt::join(lines, " | "));
-                std::printf("%s, call %d\n", outcome.c_str(), which);
-                if (std::ranges::find(matrix, outcome) == matrix.end()) {
-                    matrix.push_back(outcome);
-                }
+                std::printf("%s %s, call %d\n", name, each.function, which);
+                add(fmt::format("{} {}", name, each.function), lines, expected);
             }
         }
     }

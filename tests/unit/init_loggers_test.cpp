@@ -5,8 +5,10 @@
 #include "logger/log.h"
 #include "support/recorded_log.h"
 #include "support/temporary_folder.h"
+#include "system_win32/event_sink.h"
 
 #include <gmock/gmock.h>
+#include <quill/core/MacroMetadata.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -150,6 +152,53 @@ TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace
         EXPECT_THAT(shown, testing::SizeIs(6));
         EXPECT_THAT(shown, Not(testing::Contains(HasSubstr("step 1"))));
     });
+}
+
+// What the sink hands to Windows for one statement.
+struct Event {
+    WORD type = 0;
+    DWORD identifier = 0;
+    std::wstring record;
+    std::wstring statement;
+};
+
+Event report(unsigned level, const char* function) {
+    Event event;
+    const HANDLE source = &event;
+    Fakes::Replacements replaced;
+    replaced.add(Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) {
+        return server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr;
+    });
+    replaced.add(Fakes::DeregisterEventSource, [&](HANDLE handle) { return handle == source ? TRUE : FALSE; });
+    replaced.add(Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user,
+                                          WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
+        EXPECT_TRUE(handle == source && category == 0 && user == nullptr && count == 2 && size == 0 && data == nullptr);
+        event = {type, identifier, strings[0], strings[1]};
+        return FALSE;
+    });
+    const auto code = static_cast<quill::LogLevel>(level);
+    const quill::MacroMetadata data("src/load.cpp:120", function, "{}", nullptr, code,
+                                    quill::MacroMetadata::Event::Log);
+    System::WindowsEventSink().write_log(&data, 0, "", "", "", "main", code, "", "", nullptr, "", "gr\u00fc\u00df\n");
+    return event;
+}
+
+TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as_its_level_is_known) {
+    const std::tuple<WORD, const wchar_t*, DWORD> levels[] = {
+        {WORD{4}, L"TRACEL3", 3},  {WORD{4}, L"TRACEL2", 2}, {WORD{4}, L"TRACEL1", 1}, {WORD{4}, L"DEBUG", 4},
+        {WORD{4}, L"INFO", 5},     {WORD{4}, L"NOTICE", 9},  {WORD{2}, L"WARNING", 6}, {WORD{1}, L"ERROR", 7},
+        {WORD{1}, L"CRITICAL", 8}, {WORD{1}, L"ERROR", 7},
+    };
+    for (unsigned level = 0; const auto& [type, priority, identifier] : levels) {
+        const Event event = report(level, level == 0 ? "Config::load" : "load");
+        ++level;
+        EXPECT_TRUE(event.type == type && event.identifier == 0x20000000 + identifier) << identifier;
+        EXPECT_EQ(event.record,
+                  std::wstring(L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load"
+                               L"  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_") +
+                      priority);
+        EXPECT_EQ(event.statement, L"gr\u00fc\u00df\n");
+    }
 }
 
 } // namespace

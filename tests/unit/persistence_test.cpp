@@ -1,5 +1,6 @@
 #include "config/persistence.h"
 
+#include "config/file.h"
 #include "fakes/imports.h"
 #include "support/environment.h"
 #include "support/recorded_log.h"
@@ -8,104 +9,94 @@
 
 #include <gmock/gmock.h>
 
-using Config::Record;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::StartsWith;
+#include <cerrno>
 
 namespace {
 
-class ConfigLoad : public testing::Test {
+class AtomicWrite : public testing::Test {
 protected:
     TemporaryFolder folder;
-    std::filesystem::path file = folder.path() / L"corvel" / L"corvel.json";
-    EnvironmentVariable no_host_id{L"HOST_ID", nullptr};
-    Fakes::Replacements replaced;
-
-    void SetUp() override {
-        replaced.add(Fakes::SHGetKnownFolderPath, [this](auto&&, auto, auto, PWSTR* path) {
-            *path = task_string(folder.path().native());
-            return S_OK;
-        });
-        std::filesystem::create_directory(file.parent_path());
-    }
-    void TearDown() override {
-        Config::current() = Record();
-    }
-    static std::string fatal_text(bool generate_host_id) {
-        try {
-            Config::config_load(generate_host_id);
-            return "";
-        } catch (const WinConv::CorvelFatalException& fatal) {
-            return fatal.text();
-        }
-    }
+    std::filesystem::path target = folder.path() / L"corvel-\u20ac.json";
+    std::string content = std::string("x\0y\r\n\xFF", 6);
 };
 
-TEST_F(ConfigLoad, takes_the_file_and_then_the_environment_and_logs_what_it_uses_and_ignores) {
-    put_file(file, R"({"webapp_addr": "file", "tenant_id": "6f9619ff-8b86-d011-b42d-00c04fc964ff",)"
-                   R"( "self_update_profile": "test", "skip_power_check": true})");
-    const std::wstring long_text(30000, L'x');
-    const EnvironmentVariable variables[] = {{L"WEBAPP_ADDR", L""},
-                                             {L"TENANT_ID", L"no UUID"},
-                                             {L"SELF_UPDATE_ADDR", long_text.c_str()},
-                                             {L"SELF_UPDATE_PROFILE", L"unsigned"},
-                                             {L"SELF_UPDATE", L"yes"}};
-    EXPECT_EQ(fatal_text(false), "");
-    const Record& record = Config::current();
-    EXPECT_EQ(record.webapp_addr, "");
-    EXPECT_TRUE(record.tenant_id.is_nil());
-    EXPECT_EQ(record.self_update_addr, std::string(30000, 'x'));
-    EXPECT_EQ(record.self_update_profile, Config::SelfUpdateProfile::Test);
-    EXPECT_TRUE(record.self_update && record.skip_power_check);
-    const std::string used = "debug config_load: Using environment variable for config: ";
-    const std::string ignored = "error config_load: Ignoring malformed configuration value for ";
-    EXPECT_THAT(
-        RecordedLog::take(),
-        ElementsAre("debug config_read_persistent: Reading config from " + file.string(), used + "WEBAPP_ADDR",
-                    used + "TENANT_ID", used + "SELF_UPDATE_ADDR",
-                    StartsWith(ignored + "SELF_UPDATE_PROFILE: [json.exception.parse_error.101] "),
-                    ignored + "SELF_UPDATE: [json.exception.type_error.302] type must be boolean, but is string",
-                    "debug config_load: Loaded configuration: " + Config::serialise(record)));
+TEST_F(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
+    const auto temporary = folder.path() / L"corvel-\u20ac.json._corvel_tmp";
+    const auto planted = folder.path() / L"planted";
+    put_file(target, "old");
+    put_file(planted, "another link to what was left there, longer than what is written");
+    ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
+    EXPECT_FALSE(Config::write_atomically(target, content, 0644));
+    EXPECT_EQ(get_file(target), content);
+    EXPECT_THAT(get_file(planted), testing::StartsWith("another"));
+    EXPECT_THAT(folder.names(), testing::ElementsAre(target.filename().wstring(), L"planted"));
+
+    std::filesystem::create_directory(temporary);
+    EXPECT_EQ(Config::write_atomically(target, "new", 0644), std::errc::file_exists);
+    EXPECT_EQ(get_file(target), content);
 }
 
-TEST_F(ConfigLoad, without_a_file_has_the_defaults_and_writes_nothing) {
-    EXPECT_EQ(fatal_text(false), "");
-    EXPECT_EQ(Config::serialise(Config::current()), Config::serialise(Record()));
-    EXPECT_FALSE(std::filesystem::exists(file));
+TEST_F(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
+    std::vector<int> transient = {EINTR, EAGAIN, EWOULDBLOCK};
+    const Fakes::Replacement write(Fakes::_write, [&](int file, const void* bytes, unsigned length) {
+        if (!transient.empty()) {
+            errno = transient.back();
+            transient.pop_back();
+            return -1;
+        }
+        return (*Fakes::_write.original)(file, bytes, std::min(length, 2U));
+    });
+    EXPECT_FALSE(Config::write_atomically(target, content, 0444));
+    EXPECT_EQ(get_file(target), content);
+    EXPECT_TRUE((GetFileAttributesW(target.c_str()) & FILE_ATTRIBUTE_READONLY) != 0);
+    SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-TEST_F(ConfigLoad, of_a_file_that_is_no_good_is_fatal_and_leaves_it_alone) {
-    const std::string deep(1000000, '[');
-    for (const std::string& content :
-         {std::string(), std::string("{} x"), std::string("// c\n{}"), std::string(R"({"webapp_addr": "\xFF"})"),
-          std::string("{\"webapp_addr\": \"\xFF\"}"), std::string("{}\0", 3), std::string(R"({"self_update": 1})"),
-          deep, R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}"}) {
-        put_file(file, content);
-        EXPECT_THAT(fatal_text(false), StartsWith("FATAL ERROR: Config file is malformed: [json.exception."));
-        EXPECT_EQ(get_file(file), content);
+TEST(Read, returns_every_byte) {
+    const TemporaryFolder folder;
+    std::string content;
+    for (const std::size_t size : {0U, 15U, 4096U, 100001U}) {
+        while (content.size() < size) {
+            content += static_cast<char>(content.size() % 251);
+        }
+        put_file(folder.path() / L"\u20ac", content);
+        EXPECT_EQ(Config::read(folder.path() / L"\u20ac"), content) << size;
     }
 }
 
-TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
+TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
+    const TemporaryFolder folder;
+    const auto file = folder.path() / L"corvel" / L"corvel.json";
+    const Fakes::Replacement program_data(Fakes::SHGetKnownFolderPath, [&](auto&&, auto, auto, PWSTR* path) {
+        *path = task_string(folder.path().native());
+        return S_OK;
+    });
+    std::filesystem::create_directory(file.parent_path());
     {
         const EnvironmentVariable host_id(L"HOST_ID", L"no UUID");
-        EXPECT_EQ(fatal_text(true), "");
+        Config::config_load(true);
         EXPECT_FALSE(std::filesystem::exists(file));
     }
-    {
-        const auto move = failing(Fakes::MoveFileExW, FALSE);
-        EXPECT_EQ(fatal_text(true), "FATAL ERROR: Couldn't write generated host id to config file: Access denied.");
-        Config::current() = Record();
+    const EnvironmentVariable no_host_id(L"HOST_ID", nullptr);
+    const auto in_the_way = folder.path() / L"corvel" / L"corvel.json._corvel_tmp";
+    std::filesystem::create_directory(in_the_way);
+    try {
+        Config::config_load(true);
+        FAIL();
+    } catch (const WinConv::CorvelFatalException& fatal) {
+        EXPECT_EQ(fatal.text(), "FATAL ERROR: Couldn't write generated host id to config file: File exists");
     }
+    std::filesystem::remove(in_the_way);
+    Config::current() = Config::Record();
     RecordedLog::take();
     put_file(file, R"({"webapp_addr": "a"})");
-    EXPECT_EQ(fatal_text(true), "");
+    Config::config_load(true);
     const std::string host_id = Config::current().host_id.text();
-    EXPECT_THAT(RecordedLog::take(), Contains("debug config_load: Generated host_id " + host_id));
+    EXPECT_THAT(RecordedLog::take(), testing::Contains("debug config_load: Generated host_id " + host_id));
     EXPECT_EQ(get_file(file), Config::serialise(Config::current()));
-    EXPECT_EQ(fatal_text(true), "");
+    Config::config_load(true);
     EXPECT_EQ(Config::current().host_id.text(), host_id);
+    Config::current() = Config::Record();
 }
 
 } // namespace

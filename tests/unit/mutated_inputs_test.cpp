@@ -1,0 +1,89 @@
+// Inputs that somebody has tampered with: a few hundred of each kind, and as many as scripts/fuzz asks for.
+
+#include "config/file.h"
+#include "config/record.h"
+#include "crypto_win32/trust.h"
+#include "logzipper_win32/internal/event_records.h"
+#include "support/event_record.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <random>
+
+namespace {
+
+unsigned number(const char* variable, unsigned standard) {
+    const char* const value = std::getenv(variable);
+    return value == nullptr ? standard : static_cast<unsigned>(std::strtoul(value, nullptr, 10));
+}
+
+class MutatedInputs : public testing::Test {
+protected:
+    std::mt19937 random{number("FUZZ_SEED", 7)};
+
+    // Calls `use` with copies of the bytes that have some of them replaced, removed or doubled.
+    template <typename Bytes, typename Use>
+    void mutate(const Bytes& genuine, const Use& use) {
+        for (unsigned round = 0; round < number("FUZZ_ROUNDS", 300); ++round) {
+            Bytes bytes = genuine;
+            for (unsigned change = 0; change <= random() % 6; ++change) {
+                const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
+                const auto value = static_cast<typename Bytes::value_type>(random() % 3 == 0 ? 0xFF : random());
+                switch (random() % 8) {
+                case 0: bytes.erase(at, at + static_cast<std::ptrdiff_t>(random() % 5) % (bytes.end() - at)); break;
+                case 1: bytes.insert(at, value); break;
+                default: *at = value;
+                }
+            }
+            SCOPED_TRACE(round);
+            use(bytes);
+        }
+    }
+};
+
+// The batch ends where memory does, so that reading one byte too many ends the process.
+TEST_F(MutatedInputs, event_records_are_read_without_leaving_their_batch) {
+    constexpr std::size_t page = 4096;
+    auto* const memory = static_cast<std::byte*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE, PAGE_NOACCESS));
+    ASSERT_NE(VirtualAlloc(memory, page, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    const EventBatch agent = event_record(L"corvel", 7, EVENTLOG_WARNING_TYPE, {L"text"});
+    const std::vector<std::wstring> strings(14, L"string \xD800");
+    mutate(agent + event_record(L"Application Error", 1, EVENTLOG_ERROR_TYPE, strings) + agent,
+           [&](const EventBatch& batch) {
+               std::byte* const start = memory + page - batch.size() / 4 * 4;
+               std::memcpy(start, batch.data(), batch.size() / 4 * 4);
+               std::string text;
+               const auto damaged = LogZipper::render_event_records({start, batch.size() / 4 * 4}, text);
+               EXPECT_LE(damaged, 3U + batch.size() / sizeof(EVENTLOGRECORD));
+           });
+    VirtualFree(memory, 0, MEM_RELEASE);
+}
+
+TEST_F(MutatedInputs, configurations_are_refused_or_stand_for_a_record_that_is_read_as_it_was_written) {
+    mutate(Config::serialise(Config::Record()), [](const std::string& text) {
+        Config::Record record;
+        try {
+            Config::from_json(Config::parse_json(text), record);
+        } catch (const nlohmann::json::exception&) {
+            return;
+        }
+        Config::Record again;
+        Config::from_json(Config::parse_json(Config::serialise(record)), again);
+        EXPECT_EQ(Config::serialise(again), Config::serialise(record));
+    });
+}
+
+TEST_F(MutatedInputs, signatures_never_make_other_metadata_trusted) {
+    const std::filesystem::path samples = std::filesystem::path(TEST_FIXTURES) / "sample_authorities";
+    Crypto::init();
+    ASSERT_TRUE(Crypto::verify(Config::read(samples / "release.json"), Config::read(samples / "release.p7s")).trusted_release);
+    const std::string metadata = Config::read(samples / "release.json") + " ";
+    mutate(Config::read(samples / "release.p7s"), [&](const std::string& signature) {
+        const Crypto::VerificationTrust trust = Crypto::verify(metadata, signature);
+        EXPECT_FALSE(trust.trusted_developer || trust.trusted_release || trust.trusted_by_system);
+    });
+}
+
+} // namespace
