@@ -32,9 +32,14 @@ protected:
                 const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
                 const auto value = static_cast<typename Bytes::value_type>(random() % 3 == 0 ? 0xFF : random());
                 switch (random() % 8) {
-                case 0: bytes.erase(at, at + static_cast<std::ptrdiff_t>(random() % 5) % (bytes.end() - at)); break;
-                case 1: bytes.insert(at, value); break;
-                default: *at = value;
+                case 0:
+                    bytes.erase(at, at + static_cast<std::ptrdiff_t>(random() % 5) % (bytes.end() - at));
+                    break;
+                case 1:
+                    bytes.insert(at, value);
+                    break;
+                default:
+                    *at = value;
                 }
             }
             SCOPED_TRACE(round);
@@ -78,7 +83,8 @@ TEST_F(MutatedInputs, configurations_are_refused_or_stand_for_a_record_that_is_r
 TEST_F(MutatedInputs, signatures_never_make_other_metadata_trusted) {
     const std::filesystem::path samples = std::filesystem::path(TEST_FIXTURES) / "sample_authorities";
     Crypto::init();
-    ASSERT_TRUE(Crypto::verify(Config::read(samples / "release.json"), Config::read(samples / "release.p7s")).trusted_release);
+    ASSERT_TRUE(
+        Crypto::verify(Config::read(samples / "release.json"), Config::read(samples / "release.p7s")).trusted_release);
     const std::string metadata = Config::read(samples / "release.json") + " ";
     mutate(Config::read(samples / "release.p7s"), [&](const std::string& signature) {
         const Crypto::VerificationTrust trust = Crypto::verify(metadata, signature);
