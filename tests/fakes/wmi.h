@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <variant>
@@ -20,9 +21,9 @@ namespace FakedWmi {
 using Value = std::variant<std::monostate, std::wstring, LONG>;
 using Row = std::map<std::wstring, Value>;
 
-/// What every query returns, and the query that was asked.
+/// What every query returns, and the queries that were asked.
 inline std::vector<Row> rows;
-inline std::wstring asked;
+inline std::vector<std::string> asked;
 inline std::size_t returned = 0;
 inline int references = 0;
 
@@ -79,7 +80,7 @@ inline HRESULT next(void*, LONG timeout, ULONG, IWbemClassObject** result, ULONG
 
 inline HRESULT query(void*, BSTR language, BSTR text, LONG flags, IWbemContext*, IEnumWbemClassObject** result) {
     EXPECT_TRUE(std::wstring_view(language) == L"WQL" && flags == 48);
-    asked = text;
+    asked.push_back(std::filesystem::path(text).string());
     returned = 0;
     return give<4, next>(exec_query(), result);
 }

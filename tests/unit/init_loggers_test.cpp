@@ -85,10 +85,10 @@ TEST_F(InitLoggers, writes_full_lines_to_the_terminal) {
         init("info");
         LOG_NOTICE(Logger::comm, "message");
         Logger::stop_logging();
-        EXPECT_THAT(
-            testing::internal::GetCapturedStdout(),
-            testing::ContainsRegex("^\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] "
-                                   "init_loggers_test\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n$"));
+        EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                    testing::ContainsRegex("^\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] "
+                                           "init_loggers_test\\.cpp:\\d\\d     ?LOG_NOTICE    comm         "
+                                           "message\n$"));
         EXPECT_THAT(RecordedLog::taken(), testing::IsEmpty());
     });
 }
@@ -101,7 +101,8 @@ TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
         init("info");
         Logger::stop_logging();
         EXPECT_THAT(get_file(folder.path() / L"corvel.log"),
-                    AllOf(HasSubstr(" LOG_INFO      main         Failed to use preferred logging method: Access "
+                    AllOf(HasSubstr(" LOG_INFO      main         Failed to use "
+                                    "preferred logging method: Access "
                                     "denied."),
                           Not(HasSubstr("last run"))));
         EXPECT_THAT(folder.names(), ElementsAre(L"corvel.1.log", L"corvel.log"));
@@ -154,50 +155,40 @@ TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace
     });
 }
 
-// What the sink hands to Windows for one statement.
-struct Event {
-    WORD type = 0;
-    DWORD identifier = 0;
-    std::wstring record;
-    std::wstring statement;
-};
-
-Event report(unsigned level, const char* function) {
-    Event event;
-    const HANDLE source = &event;
+TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as_its_level_is_known) {
+    const std::tuple<WORD, DWORD, const wchar_t*> levels[] = {
+        {WORD{4}, 3, L"TRACEL3"},  {WORD{4}, 2, L"TRACEL2"}, {WORD{4}, 1, L"TRACEL1"}, {WORD{4}, 4, L"DEBUG"},
+        {WORD{4}, 5, L"INFO"},     {WORD{4}, 9, L"NOTICE"},  {WORD{2}, 6, L"WARNING"}, {WORD{1}, 7, L"ERROR"},
+        {WORD{1}, 8, L"CRITICAL"}, {WORD{1}, 7, L"ERROR"},
+    };
+    int source = 0;
+    std::size_t level = 0;
     Fakes::Replacements replaced;
     replaced.add(Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) {
-        return server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr;
+        return server == nullptr && std::wstring_view(name) == L"corvel" ? &source : nullptr;
     });
-    replaced.add(Fakes::DeregisterEventSource, [&](HANDLE handle) { return handle == source ? TRUE : FALSE; });
+    replaced.add(Fakes::DeregisterEventSource, [&](HANDLE handle) { return handle == &source ? TRUE : FALSE; });
     replaced.add(Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user,
                                           WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
-        EXPECT_TRUE(handle == source && category == 0 && user == nullptr && count == 2 && size == 0 && data == nullptr);
-        event = {type, identifier, strings[0], strings[1]};
+        EXPECT_TRUE(handle == &source && category == 0 && user == nullptr && count == 2 && size == 0 &&
+                    data == nullptr);
+        EXPECT_EQ(std::tuple(type, identifier - 0x20000000),
+                  std::tuple(std::get<0>(levels[level]), std::get<1>(levels[level])));
+        EXPECT_EQ(strings[0], std::wstring(L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  "
+                                           L"CODE_LINE=120  CODE_FUNC=load  "
+                                           L"SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_") +
+                                  std::get<2>(levels[level]));
+        EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
+        ++level;
         return FALSE;
     });
-    const auto code = static_cast<quill::LogLevel>(level);
-    const quill::MacroMetadata data("src/load.cpp:120", function, "{}", nullptr, code,
-                                    quill::MacroMetadata::Event::Log);
-    System::WindowsEventSink().write_log(&data, 0, "", "", "", "main", code, "", "", nullptr, "", "gr\u00fc\u00df\n");
-    return event;
-}
-
-TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as_its_level_is_known) {
-    const std::tuple<WORD, const wchar_t*, DWORD> levels[] = {
-        {WORD{4}, L"TRACEL3", 3},  {WORD{4}, L"TRACEL2", 2}, {WORD{4}, L"TRACEL1", 1}, {WORD{4}, L"DEBUG", 4},
-        {WORD{4}, L"INFO", 5},     {WORD{4}, L"NOTICE", 9},  {WORD{2}, L"WARNING", 6}, {WORD{1}, L"ERROR", 7},
-        {WORD{1}, L"CRITICAL", 8}, {WORD{1}, L"ERROR", 7},
-    };
-    for (unsigned level = 0; const auto& [type, priority, identifier] : levels) {
-        const Event event = report(level, level == 0 ? "Config::load" : "load");
-        ++level;
-        EXPECT_TRUE(event.type == type && event.identifier == 0x20000000 + identifier) << identifier;
-        EXPECT_EQ(event.record,
-                  std::wstring(L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load"
-                               L"  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_") +
-                      priority);
-        EXPECT_EQ(event.statement, L"gr\u00fc\u00df\n");
+    System::WindowsEventSink sink;
+    while (level < std::size(levels)) {
+        const char* const function = level % 2 == 0 ? "load" : "Config::load";
+        const auto code = static_cast<quill::LogLevel>(level);
+        const quill::MacroMetadata data("src/load.cpp:120", function, "{}", nullptr, code,
+                                        quill::MacroMetadata::Event::Log);
+        sink.write_log(&data, 0, "", "", "", "main", code, "", "", nullptr, "", "gr\u00fc\u00df\n");
     }
 }
 

@@ -52,18 +52,6 @@ TEST_F(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_
     SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-TEST(Read, returns_every_byte) {
-    const TemporaryFolder folder;
-    std::string content;
-    for (const std::size_t size : {0U, 15U, 4096U, 100001U}) {
-        while (content.size() < size) {
-            content += static_cast<char>(content.size() % 251);
-        }
-        put_file(folder.path() / L"\u20ac", content);
-        EXPECT_EQ(Config::read(folder.path() / L"\u20ac"), content) << size;
-    }
-}
-
 TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
     const TemporaryFolder folder;
     const auto file = folder.path() / L"corvel" / L"corvel.json";
@@ -84,7 +72,8 @@ TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environm
         Config::config_load(true);
         FAIL();
     } catch (const WinConv::CorvelFatalException& fatal) {
-        EXPECT_EQ(fatal.text(), "FATAL ERROR: Couldn't write generated host id to config file: File exists");
+        EXPECT_EQ(fatal.text(), "FATAL ERROR: Couldn't write generated host id to "
+                                "config file: File exists");
     }
     std::filesystem::remove(in_the_way);
     Config::current() = Config::Record();
