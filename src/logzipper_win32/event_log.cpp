@@ -57,10 +57,10 @@ Result<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
     }
 }
 
-// Copies the log into the open member. Returns how many bytes it took; nothing if reading or writing fails.
-std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer) {
+// Copies the log into the open member, a batch at a time through `text`. Returns how many bytes it took; nothing if
+// reading or writing fails.
+std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer, std::string& text) {
     std::vector<std::byte> buffer(initial_buffer_size);
-    std::string text;
     text.reserve(initial_buffer_size);
     std::uint64_t total = 0;
     for (;;) {
@@ -92,12 +92,15 @@ bool zip_add_corvel_syslog(void* writer, const Zip::Member& member) {
         LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::format_error_code(GetLastError()));
         return false;
     }
+    // It outlives the entry: after a failed write, closing the entry makes the compressor go on reading what it was
+    // last given.
+    std::string text;
     const Zip::OpenMember entry(writer, member);
     if (entry.result() != Zip::ok) {
         LOG_ERROR(Logger::main, "mz error {} opening zip entry for syslog", Zip::mz_error_name(entry.result()));
         return false;
     }
-    const auto total = read_logs_to_buff(log.get(), writer);
+    const auto total = read_logs_to_buff(log.get(), writer, text);
     if (!total) {
         return false;
     }

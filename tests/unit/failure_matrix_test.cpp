@@ -383,7 +383,7 @@ protected:
             std::filesystem::copy(std::string("Z:" TEST_FIXTURES "/sample_authorities/") + name, folder.path());
         }
         service = {{SERVICE_RUNNING}, {SERVICE_STOP_PENDING}, {SERVICE_STOPPED}, {SERVICE_RUNNING}};
-        event_log = {{0, event}};
+        event_log = {{0, event}, {0, large_event}};
         version = {0, 10, 0, 22631, 0, L"", 0, 0, 0, 1};
         product = 7;
         registry = {{L"DisplayVersion", L"23H2"}, {L"ReleaseId", L"2009"}};
@@ -496,7 +496,7 @@ protected:
         }
     }
     void explore_operands() {
-        const std::string id = set.back();
+        const std::string& id = set.back();
         for (const std::string& bad : {std::string(), "{" + id + "}", " " + id, id + " ", id + "0", id.substr(1),
                                        std::string("6f9619ff8b86d011b42d00c04fc964ff")}) {
             explore("bad UUID " + bad, {"set", "tenant_id", bad});
