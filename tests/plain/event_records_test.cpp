@@ -34,6 +34,17 @@ TEST(EventRecords, of_the_agent_and_of_crashes_are_rendered_and_others_skipped) 
                                  "Faulting application path: \nFaulting module path: \n");
 }
 
+TEST(EventRecords, tell_their_type) {
+    for (const auto& [type, name] : {std::pair(EVENTLOG_ERROR_TYPE, "Error"),
+                                     {EVENTLOG_INFORMATION_TYPE, "Informational"},
+                                     {EVENTLOG_AUDIT_SUCCESS, "Audit Success"},
+                                     {EVENTLOG_AUDIT_FAILURE, "Audit Failure"}}) {
+        std::string text;
+        render_event_records(event_record(L"corvel", 7, static_cast<WORD>(type), {L"text"}), text);
+        EXPECT_EQ(text, std::string("2025-01-31 14:05:09.0000000\n7\n") + name + "\ntext\n");
+    }
+}
+
 TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_length_is_sound) {
     const std::size_t length = offsetof(EVENTLOGRECORD, Length);
     const std::size_t strings = offsetof(EVENTLOGRECORD, StringOffset);
