@@ -76,6 +76,10 @@ function(corvel_describe_runtime)
     /usr/share/doc/mingw-w64-x86-64-dev/copyright ${libmingw32.a} ${libmingwex.a} ${libwinpthread.a})
 endfunction()
 
+# Variables count as the options that the libraries' own build files declare.
+set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+set(INSTALL_GTEST OFF)
+
 # What a provider declares is completed here: the targets that a library's own build files do not give.
 file(COPY ${CMAKE_CURRENT_LIST_DIR}/dependencies/targets/ DESTINATION ${CMAKE_FIND_PACKAGE_REDIRECTS_DIR})
 include(${CMAKE_CURRENT_LIST_DIR}/dependencies/${CORVEL_PROVIDER}.cmake)

@@ -18,8 +18,6 @@ FetchContent_Declare(fmt SOURCE_DIR ${packages}/usr SOURCE_SUBDIR include OVERRI
 FetchContent_Declare(nlohmann_json SOURCE_DIR ${packages}/usr SOURCE_SUBDIR include OVERRIDE_FIND_PACKAGE)
 FetchContent_Declare(minizip-ng SOURCE_DIR ${packages}/minizip SOURCE_SUBDIR doc OVERRIDE_FIND_PACKAGE)
 FetchContent_Declare(GTest SOURCE_DIR /usr/src/googletest SYSTEM OVERRIDE_FIND_PACKAGE)
-set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
-set(INSTALL_GTEST OFF)
 
 set(ZLIB_USE_STATIC_LIBS ON)
 

@@ -28,7 +28,6 @@ FetchContent_Declare(ZLIB GIT_REPOSITORY https://github.com/zlib-ng/zlib-ng.git
   GIT_TAG c939498c7f2a1d645833a98251365e2c814fd736 SYSTEM OVERRIDE_FIND_PACKAGE) # 2.2.2
 FetchContent_Declare(GTest GIT_REPOSITORY https://github.com/google/googletest.git
   GIT_TAG b514bdc898e2951020cbdca1304b75f5950d1f59 SYSTEM OVERRIDE_FIND_PACKAGE) # 1.15.2
-set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
 set(BUILD_SHARED_LIBS OFF)
 set(ZLIB_COMPAT ON)
 set(ZLIB_ENABLE_TESTS OFF)
@@ -36,7 +35,6 @@ set(ZLIBNG_ENABLE_TESTS OFF)
 set(WITH_GTEST OFF)
 set(WITH_GZFILEOP OFF)
 set(SKIP_INSTALL_ALL ON)
-set(INSTALL_GTEST OFF)
 
 function(corvel_describe_libraries)
   corvel_describe_library(fmt ${fmt_VERSION} MIT pkg:github/fmtlib/fmt@${fmt_VERSION}

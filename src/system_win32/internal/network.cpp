@@ -6,8 +6,6 @@
 #include "winconv/fatal_exception.h"
 #include "winconv/owned.h"
 
-#include <fmt/format.h>
-
 #include <winsock2.h>
 #include <ws2tcpip.h>
 

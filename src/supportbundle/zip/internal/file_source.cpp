@@ -34,7 +34,11 @@ FileSource::FileSource(const std::filesystem::path& path) {
         file_.reset();
         return;
     }
-    size_ = left_ = wide_number(information_.nFileSizeHigh, information_.nFileSizeLow);
+    left_ = size();
+}
+
+std::int64_t FileSource::size() const {
+    return wide_number(information_.nFileSizeHigh, information_.nFileSizeLow);
 }
 
 std::time_t FileSource::modified() const {

@@ -23,9 +23,7 @@ public:
     bool is_open() const {
         return file_ != nullptr;
     }
-    std::int64_t size() const {
-        return size_;
-    }
+    std::int64_t size() const;
     std::uint32_t attributes() const {
         return information_.dwFileAttributes;
     }
@@ -41,7 +39,6 @@ public:
 private:
     FileHandle file_;
     BY_HANDLE_FILE_INFORMATION information_{};
-    std::int64_t size_ = 0;
     std::int64_t left_ = 0;
 };
 
