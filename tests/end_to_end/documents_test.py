@@ -4,7 +4,6 @@ import os
 import re
 import shutil
 import subprocess
-import unittest
 
 from wine_host import CORVELCTL, DRIVE_C, PREFIX, ROOT, HostTest, in_wine
 
@@ -51,6 +50,3 @@ for path in [ROOT / "README.md", *(ROOT / "docs").glob("*.md")]:
     if "\n```console\n" in path.read_text(encoding="utf-8"):
         setattr(Documents, f"test_{path.stem.replace('-', '_')}",
                 lambda self, path=path: self.expect_what_is_shown(path))
-
-if __name__ == "__main__":
-    unittest.main()

@@ -55,7 +55,3 @@ class Scripts(unittest.TestCase):
     def test_a_wine_prefix_is_an_absolute_path(self):
         self.expect("in_wine", "prefix", "cmd", refusal="'prefix' is not an absolute path")
         self.assertFalse((self.folder / "prefix").exists())
-
-
-if __name__ == "__main__":
-    unittest.main()

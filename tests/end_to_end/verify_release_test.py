@@ -10,9 +10,8 @@ import subprocess
 import tempfile
 import unittest
 
-from wine_host import CONFIG_FILE, CONFIG_FOLDER, ROOT, in_wine
+from wine_host import BINARIES, CONFIG_FOLDER, ROOT, in_wine
 
-BINARIES = pathlib.Path(os.environ["TEST_BINARIES"])
 AUTHORITIES = BINARIES / "authorities"
 METADATA = b'{"version":"4.2.1"}\n'
 AUTHORITY_EXTENSIONS = "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertSign"
@@ -32,17 +31,14 @@ class VerifyRelease(unittest.TestCase):
     def run_script(cls, script, *arguments):
         subprocess.run([ROOT / "scripts" / script, *arguments], cwd=cls.folder, check=True)
 
-    def verify(self, *operands, profile="production"):
-        return in_wine(BINARIES / "corvelctl_test.exe", "verify_release", *operands, cwd=self.folder,
-                       env={**os.environ, "SELF_UPDATE_PROFILE": f'"{profile}"'})
-
     def sign(self, signer, *options, metadata=None):
         self.run_script("sign_release", metadata or self.metadata, "signature", signer, *options)
         return "signature"
 
     def expect(self, signature, trust, profile="production", verdict="failed", metadata=None):
         """Verifies and checks the whole verdict block; trust holds the letters of developer, release, system."""
-        done = self.verify(metadata or self.metadata, signature, profile=profile)
+        done = in_wine(BINARIES / "corvelctl_test.exe", "verify_release", metadata or self.metadata, signature,
+                       cwd=self.folder, env={**os.environ, "SELF_UPDATE_PROFILE": f'"{profile}"'})
         developer, release, system = ("yes" if letter in trust else "no" for letter in "drs")
         self.assertEqual((done.stdout, done.stderr, done.returncode), (
             f"Verification result: {verdict}\n - Verification profile: {profile}\n - Trusted developer: {developer}\n"
@@ -89,20 +85,3 @@ class VerifyRelease(unittest.TestCase):
         metadata.write_bytes(bytes(range(256)) * (100 * 4096))
         self.assertGreater(len(str(metadata)), 260)
         self.expect(self.sign("release", metadata=metadata), "r", metadata=metadata)
-
-    def test_wrong_operands_and_a_malformed_configuration_are_reported(self):
-        missing = "/".join(["fehlt-€" * 20] * 2)
-        for operands, out, err in ((["a"], "Usage:", ""), (["a", "create_support_bundle", "b"], "Usage:", ""), (
-                [missing, "b"], "", f"Failed to read inputs: read: {missing}: No such file or directory")):
-            done = self.verify(*operands)
-            self.assertEqual((done.returncode, done.stdout[:6], done.stderr), (1, out, err))
-        CONFIG_FOLDER.mkdir()
-        CONFIG_FILE.write_bytes(b"[")
-        self.addCleanup(CONFIG_FILE.unlink)
-        done = self.verify("a", "b")
-        self.assertIn("Fatal exception occurred loading config: FATAL ERROR: Config file is malformed: ", done.stderr)
-        self.assertEqual(done.returncode, 1)
-
-
-if __name__ == "__main__":
-    unittest.main()

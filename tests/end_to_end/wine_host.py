@@ -10,6 +10,7 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 IN_WINE = ROOT / "scripts" / "in_wine"
 CORVELCTL = os.environ["CORVELCTL"]
+BINARIES = pathlib.Path(os.environ["TEST_BINARIES"])
 PREFIX = pathlib.Path(os.environ["WINE_HOST"])
 DRIVE_C = PREFIX / "drive_c"
 CONFIG_FOLDER = DRIVE_C / "ProgramData" / "corvel"

@@ -41,17 +41,8 @@ struct Replacement {
     std::shared_ptr<void> end;
 };
 
-/// Replacements that last as long as this object; of two of one function, the later one holds.
-class Replacements {
-public:
-    template <typename Signature, typename Function>
-    void add(Fake<Signature>& fake, Function function) {
-        replaced_.emplace_front(fake, std::move(function));
-    }
-
-private:
-    std::forward_list<Replacement> replaced_; // ended from the front, the latest first
-};
+/// Replacements that last as long as this object; of two of one function, the one in front holds.
+using Replacements = std::forward_list<Replacement>;
 
 // What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
 // fakes are constructed.
@@ -67,7 +58,7 @@ struct Trampoline<fake, real, Result(Args...)> {
 
 } // namespace Fakes
 
-#define CORVEL_DECLARE_FAKE(name)                                                                                      \
+#define CORVEL_DECLARE_FAKE(name, ...)                                                                                 \
     namespace Fakes {                                                                                                  \
     extern Fake<decltype(::name)> name;                                                                                \
     }

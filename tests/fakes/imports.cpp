@@ -1,7 +1,7 @@
 #include "fakes/imports.h"
 
 // The linker option --wrap=__imp_NAME makes the pointers below the import table's entry and its original.
-#define CORVEL_DEFINE_FAKE(name)                                                                                       \
+#define CORVEL_DEFINE_FAKE(name, ...)                                                                                  \
     extern "C" {                                                                                                       \
     extern decltype(&::name) __real___imp_##name;                                                                      \
     }                                                                                                                  \
@@ -13,7 +13,8 @@
         Fakes::Trampoline<Fakes::name, __real___imp_##name, decltype(::name)>::call;                                   \
     }
 
-CORVEL_FAKED_IMPORTS(CORVEL_DEFINE_FAKE)
+CORVEL_PASSIVE_IMPORTS(CORVEL_DEFINE_FAKE)
+CORVEL_FAILING_IMPORTS(CORVEL_DEFINE_FAKE)
 
 // --wrap=NAME sends the calls of a linked function to __wrap_NAME.
 #define CORVEL_DEFINE_LINKED_FAKE(name, result, parameters, arguments)                                                 \

@@ -18,26 +18,33 @@
 #include <algorithm>
 #include <string>
 
-// X(function) for each import that tests replace; tests/CMakeLists.txt tells the linker from the same list.
+// An X(...) for each import that tests replace; tests/CMakeLists.txt tells the linker from the same lists. Those that
+// may fail stand with the result, if it is not zero, and the error, if it is not that access is denied.
 // clang-format off
-#define CORVEL_FAKED_IMPORTS(X) \
-    X(CertAddCertificateContextToStore) X(CertAddStoreToCollection) X(CertCloseStore) \
-    X(CertCreateCertificateChainEngine) X(CertCreateCertificateContext) X(CertFreeCertificateChain) \
-    X(CertGetCertificateChain) X(CertNameToStrW) X(CertOpenStore) X(CertOpenSystemStoreW) X(ChangeServiceConfig2W) \
-    X(CloseEventLog) X(CloseHandle) X(CloseServiceHandle) X(CoCreateInstance) X(CoInitializeEx) X(CoSetProxyBlanket) \
-    X(ControlService) X(ConvertStringSecurityDescriptorToSecurityDescriptorW) X(CreateDirectoryW) X(CreateFileW) \
-    X(CreateMutexA) X(CreateProcessW) X(CryptGetMessageSignerCount) X(CryptVerifyDetachedMessageSignature) \
-    X(DeleteFileW) X(DeregisterEventSource) X(GetAddrInfoW) X(GetEnvironmentVariableW) \
-    X(GetFileAttributesW) X(GetFileInformationByHandle) X(GetFullPathNameW) X(GetModuleHandleExW) \
-    X(GetNativeSystemInfo) X(GetProcAddress) X(GetProductInfo) X(GetTempPathW) X(GetTickCount) \
+#define CORVEL_PASSIVE_IMPORTS(X) \
+    X(CertFreeCertificateChain) X(CreateMutexA) X(DeregisterEventSource) X(GetNativeSystemInfo) \
+    X(GetTickCount) X(RegisterEventSourceW) X(ReportEventW) X(Sleep) X(WSACleanup) X(WaitForSingleObject) X(_isatty)
+#define CORVEL_FAILING_IMPORTS(X) \
+    X(CertAddCertificateContextToStore) X(CertAddStoreToCollection) X(CertCloseStore, FALSE, ERROR_INVALID_HANDLE) \
+    X(CertCreateCertificateChainEngine) X(CertCreateCertificateContext) X(CertGetCertificateChain) X(CertNameToStrW) \
+    X(CertOpenStore) X(CertOpenSystemStoreW) X(ChangeServiceConfig2W) X(CloseEventLog, FALSE, ERROR_INVALID_HANDLE) \
+    X(CloseHandle, FALSE, ERROR_INVALID_HANDLE) X(CloseServiceHandle, FALSE, ERROR_INVALID_HANDLE) \
+    X(CoCreateInstance, E_ACCESSDENIED) X(CoInitializeEx, RPC_E_CHANGED_MODE) X(CoSetProxyBlanket, E_ACCESSDENIED) \
+    X(ControlService) X(ConvertStringSecurityDescriptorToSecurityDescriptorW) X(CreateDirectoryW) \
+    X(CreateFileW, INVALID_HANDLE_VALUE) X(CreateProcessW) X(CryptGetMessageSignerCount, -1) \
+    X(CryptVerifyDetachedMessageSignature, FALSE, 0x80090006) X(DeleteFileW) X(GetAddrInfoW, WSAHOST_NOT_FOUND) \
+    X(GetEnvironmentVariableW) X(GetFileAttributesW, INVALID_FILE_ATTRIBUTES) X(GetFileInformationByHandle) \
+    X(GetFullPathNameW) X(GetModuleHandleExW) X(GetProcAddress) X(GetProductInfo) X(GetTempPathW) \
     X(GetWindowsDirectoryW) X(MoveFileExW) X(MultiByteToWideChar) X(OpenEventLogW) X(OpenSCManagerW) X(OpenServiceW) \
-    X(QueryServiceStatus) X(ReadEventLogW) X(ReadFile) X(RegGetValueW) X(RegisterEventSourceW) X(ReportEventW) \
-    X(Sleep) X(StartServiceW) X(SysAllocString) X(UuidFromStringW) X(UuidToStringW) \
-    X(WSACleanup) X(WSAStartup) X(WaitForSingleObject) X(WideCharToMultiByte) X(WriteFile) X(_close) X(_commit) \
-    X(_filelengthi64) X(_isatty) X(_read) X(_write) X(_wsopen_s) X(gethostname)
+    X(QueryServiceStatus) X(ReadEventLogW) X(ReadFile, FALSE, ERROR_READ_FAULT) X(RegGetValueW, ERROR_ACCESS_DENIED) \
+    X(StartServiceW) X(SysAllocString) X(UuidFromStringW, RPC_S_INVALID_STRING_UUID) \
+    X(UuidToStringW, RPC_S_OUT_OF_MEMORY) X(WSAStartup, WSASYSNOTREADY) X(WideCharToMultiByte) \
+    X(WriteFile, FALSE, ERROR_DISK_FULL) X(_close, -1, ERROR_INVALID_HANDLE) X(_commit, -1) X(_filelengthi64, -1) \
+    X(_read, -1) X(_write, -1) X(_wsopen_s, EACCES) X(gethostname, -1)
 // clang-format on
 
-CORVEL_FAKED_IMPORTS(CORVEL_DECLARE_FAKE)
+CORVEL_PASSIVE_IMPORTS(CORVEL_DECLARE_FAKE)
+CORVEL_FAILING_IMPORTS(CORVEL_DECLARE_FAKE)
 
 // These are linked, not imported: each is wrapped itself.
 CORVEL_DECLARE_FAKE(GetBestInterface)

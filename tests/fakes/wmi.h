@@ -31,17 +31,11 @@ inline int references = 0;
 inline HRESULT (*const good)() = [] { return S_OK; };
 inline Fakes::Fake<HRESULT()> connect_server{&good}, exec_query{&good}, next_row{&good}, get_property{&good};
 
-inline HRESULT not_expected() {
-    ADD_FAILURE() << "unexpected COM call";
-    return E_NOTIMPL;
-}
-
 // An object, or none if the step that makes it failed.
 template <std::size_t slot, auto function, typename Interface>
 HRESULT give(HRESULT outcome, Interface** result) {
     static std::array<void*, 32> table = [] {
         std::array<void*, 32> slots{};
-        slots.fill(reinterpret_cast<void*>(not_expected));
         slots[2] = reinterpret_cast<void*>(+[](void*) -> ULONG { return static_cast<ULONG>(--references); });
         slots[slot] = reinterpret_cast<void*>(function);
         return slots;
@@ -92,11 +86,11 @@ inline HRESULT connect(void*, BSTR space, BSTR, BSTR, BSTR, LONG, BSTR, IWbemCon
 
 /// Puts these in WMI's place.
 inline void install(Fakes::Replacements& replaced) {
-    replaced.add(Fakes::CoCreateInstance, [](auto&&, auto, DWORD context, auto&&, LPVOID* result) {
+    replaced.emplace_front(Fakes::CoCreateInstance, [](auto&&, auto, DWORD context, auto&&, LPVOID* result) {
         EXPECT_EQ(context, 0x17U);
         return give<3, connect>(S_OK, result);
     });
-    replaced.add(Fakes::CoSetProxyBlanket, [](auto, DWORD a, DWORD b, auto, DWORD c, DWORD d, auto, DWORD e) {
+    replaced.emplace_front(Fakes::CoSetProxyBlanket, [](auto, DWORD a, DWORD b, auto, DWORD c, DWORD d, auto, DWORD e) {
         EXPECT_TRUE(a == 10 && b == 0 && c == 3 && d == 3 && e == 0);
         return S_OK;
     });

@@ -10,19 +10,6 @@
 
 #include <random>
 
-namespace {
-
-std::vector<std::string> split_by_system(const std::wstring& command_line) {
-    int count = 0;
-    LPWSTR* const wide = CommandLineToArgvW(command_line.c_str(), &count);
-    std::vector<std::string> arguments;
-    for (int i = 1; i < count; ++i) {
-        arguments.push_back(WinConv::native_to_utf8(wide[i]));
-    }
-    LocalFree(wide);
-    return arguments;
-}
-
 TEST(CommandLine, is_split_as_the_system_splits_it) {
     std::mt19937 random(1);
     const std::wstring characters = L"a\u20ac\"\\  \t";
@@ -33,8 +20,11 @@ TEST(CommandLine, is_split_as_the_system_splits_it) {
             const wchar_t character = characters[random() % characters.size()];
             line += !quotes && character == L'"' ? L'\'' : character;
         }
-        EXPECT_EQ(CommandLine::split(line.c_str()), split_by_system(line)) << WinConv::native_to_utf8(line);
+        int count = 0;
+        LPWSTR* const wide = CommandLineToArgvW(line.c_str(), &count);
+        std::vector<std::string> arguments;
+        std::transform(wide + 1, wide + count, std::back_inserter(arguments), WinConv::native_to_utf8);
+        LocalFree(wide);
+        EXPECT_EQ(CommandLine::split(line.c_str()), arguments) << WinConv::native_to_utf8(line);
     }
 }
-
-} // namespace

@@ -18,31 +18,22 @@ EventBatch changed(std::size_t offset, DWORD value) {
 }
 
 TEST(EventRecords, of_the_agent_and_of_crashes_are_rendered_and_others_skipped) {
-    std::string text;
-    EXPECT_EQ(
-        render_event_records(agent + event_record(L"Corvel", 8, 1, {L"x"}) + event_record(L"corvelx", 9, 1, {L"x"}) +
-                                 event_record(L"Application Error", 10, EVENTLOG_WARNING_TYPE, {L"x"}) +
-                                 event_record(L"corvel", 11, 3, {}) +
-                                 event_record(L"Application Error", 12, EVENTLOG_ERROR_TYPE, {L"a.exe", L"1.0", L"5f"}),
-                             text),
-        0U);
-    EXPECT_EQ(text, agent_text + "2025-01-31 14:05:09.0000000\n11\nunknown\n\n"
-                                 "2025-01-31 14:05:09.0000000\n12\nApplication Crash\n"
-                                 "Faulting application name: a.exe, version: 1.0, time stamp: 0x5f\n"
-                                 "Faulting module name: , version: , time stamp: 0x\nException code: 0x\n"
-                                 "Fault offset: 0x\nFaulting process id: 0x\nFaulting application start time: 0x\n"
-                                 "Faulting application path: \nFaulting module path: \n");
-}
-
-TEST(EventRecords, tell_their_type) {
-    for (const auto& [type, name] : {std::pair(EVENTLOG_ERROR_TYPE, "Error"),
-                                     {EVENTLOG_INFORMATION_TYPE, "Informational"},
-                                     {EVENTLOG_AUDIT_SUCCESS, "Audit Success"},
-                                     {EVENTLOG_AUDIT_FAILURE, "Audit Failure"}}) {
-        std::string text;
-        render_event_records(event_record(L"corvel", 7, static_cast<WORD>(type), {L"text"}), text);
-        EXPECT_EQ(text, std::string("2025-01-31 14:05:09.0000000\n7\n") + name + "\ntext\n");
+    EventBatch batch = agent + event_record(L"Corvel", 8, 1, {L"x"}) + event_record(L"corvelx", 9, 1, {L"x"}) +
+                       event_record(L"Application Error", 10, EVENTLOG_WARNING_TYPE, {L"x"}) +
+                       event_record(L"Application Error", 12, EVENTLOG_ERROR_TYPE, {L"a.exe", L"1.0", L"5f"});
+    std::string expected = agent_text + "2025-01-31 14:05:09.0000000\n12\nApplication Crash\n"
+                                        "Faulting application name: a.exe, version: 1.0, time stamp: 0x5f\n"
+                                        "Faulting module name: , version: , time stamp: 0x\nException code: 0x\n"
+                                        "Fault offset: 0x\nFaulting process id: 0x\nFaulting application start time: "
+                                        "0x\nFaulting application path: \nFaulting module path: \n";
+    for (const auto& [type, name] :
+         {std::pair(1, "Error"), {4, "Informational"}, {8, "Audit Success"}, {16, "Audit Failure"}, {3, "unknown"}}) {
+        batch = batch + event_record(L"corvel", 11, static_cast<WORD>(type), {});
+        expected += std::string("2025-01-31 14:05:09.0000000\n11\n") + name + "\n\n";
     }
+    std::string text;
+    EXPECT_EQ(render_event_records(batch, text), 0U);
+    EXPECT_EQ(text, expected);
 }
 
 TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_length_is_sound) {

@@ -7,8 +7,6 @@ using Logger::parse_log_level_config;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
-namespace {
-
 TEST(LevelConfig, has_the_level_of_the_last_item_without_a_logger_name) {
     const std::pair<const char*, Level> cases[] = {
         {"", Level::Info},         {"tracel3", Level::TraceL3}, {"critical", Level::Critical},
@@ -28,12 +26,3 @@ TEST(LevelConfig, has_the_last_level_given_for_each_logger) {
     EXPECT_THAT(config.logger_levels,
                 UnorderedElementsAre(Pair("dll", Level::Notice), Pair("main", Level::None), Pair("", Level::Info)));
 }
-
-TEST(LevelConfig, is_written_as_it_is_read) {
-    for (const char* text : {"tracel1", "debug,dll=warning", "none,main=critical"}) {
-        EXPECT_EQ(Logger::format_log_level_config(parse_log_level_config(text)), text);
-    }
-    EXPECT_EQ(Logger::level_name(static_cast<Level>(12)), "tracel3");
-}
-
-} // namespace

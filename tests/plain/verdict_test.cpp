@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
 TEST(Verdict, needs_nobody_the_developer_or_all_three) {
     for (int bits = 0; bits < 8; ++bits) {
         const Crypto::VerificationTrust trust{(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0};
@@ -14,5 +12,3 @@ TEST(Verdict, needs_nobody_the_developer_or_all_three) {
         }
     }
 }
-
-} // namespace

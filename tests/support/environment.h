@@ -8,9 +8,7 @@
 class EnvironmentVariable {
 public:
     EnvironmentVariable(const wchar_t* name, const wchar_t* value) : name_(name) {
-        std::wstring before(32768, L'\0');
-        before.resize(GetEnvironmentVariableW(name, before.data(), static_cast<DWORD>(before.size())));
-        before_ = before;
+        before_.resize(GetEnvironmentVariableW(name, before_.data(), static_cast<DWORD>(before_.size())));
         SetEnvironmentVariableW(name, value);
     }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
@@ -21,5 +19,5 @@ public:
 
 private:
     const wchar_t* name_;
-    std::wstring before_;
+    std::wstring before_ = std::wstring(32768, L'\0');
 };

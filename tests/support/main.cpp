@@ -1,12 +1,14 @@
+#include "config/record.h"
 #include "support/recorded_log.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-class EmptyLogForEachTest : public testing::EmptyTestEventListener {
+class NothingIsLeftForEachTest : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& /*test*/) override {
         RecordedLog::take();
+        Config::current() = Config::Record();
     }
 };
 
@@ -15,6 +17,6 @@ class EmptyLogForEachTest : public testing::EmptyTestEventListener {
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);
     RecordedLog::start();
-    testing::UnitTest::GetInstance()->listeners().Append(new EmptyLogForEachTest);
+    testing::UnitTest::GetInstance()->listeners().Append(new NothingIsLeftForEachTest);
     return RUN_ALL_TESTS();
 }

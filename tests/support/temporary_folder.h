@@ -2,24 +2,24 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <vector>
 
-/// An empty folder, removed with all that is in it when the test ends.
+/// An empty folder, the current one until the test ends, and then removed with all that is in it.
 class TemporaryFolder {
 public:
     TemporaryFolder()
         : path_(std::filesystem::temp_directory_path() / (L"corvel-test-" + std::to_wstring(GetCurrentProcessId()))) {
         std::filesystem::remove_all(path_);
         std::filesystem::create_directory(path_);
+        std::filesystem::current_path(path_);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
+        std::filesystem::current_path(before_);
         // A file that the process still has open stays until the next test of the name.
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
@@ -29,17 +29,8 @@ public:
         return path_;
     }
 
-    /// The names of everything in the folder, in order.
-    std::vector<std::wstring> names() const {
-        std::vector<std::wstring> names;
-        for (const auto& entry : std::filesystem::directory_iterator(path_)) {
-            names.push_back(entry.path().filename().wstring());
-        }
-        std::ranges::sort(names);
-        return names;
-    }
-
 private:
+    std::filesystem::path before_ = std::filesystem::current_path();
     std::filesystem::path path_;
 };
 

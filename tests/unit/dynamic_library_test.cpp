@@ -6,8 +6,6 @@
 
 using testing::ElementsAre;
 
-namespace {
-
 TEST(DynamicLibrary, takes_the_first_candidate_with_all_required_symbols) {
     Dll::LibrarySymbol required{nullptr, "RtlGetVersion"};
     Dll::LibrarySymbol missing{nullptr, "NoSuchFunction"};
@@ -28,5 +26,3 @@ TEST(DynamicLibrary, takes_the_first_candidate_with_all_required_symbols) {
     EXPECT_FALSE(lacking.load({}, true));
     EXPECT_THAT(RecordedLog::take(), testing::IsEmpty());
 }
-
-} // namespace

@@ -31,14 +31,12 @@ protected:
             for (unsigned change = 0; change <= random() % 6; ++change) {
                 const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
                 const auto value = static_cast<typename Bytes::value_type>(random() % 3 == 0 ? 0xFF : random());
-                switch (random() % 8) {
-                case 0:
-                    bytes.erase(at, at + static_cast<std::ptrdiff_t>(random() % 5) % (bytes.end() - at));
-                    break;
-                case 1:
+                const auto kind = random() % 8;
+                if (kind == 0) {
+                    bytes.erase(at);
+                } else if (kind == 1) {
                     bytes.insert(at, value);
-                    break;
-                default:
+                } else {
                     *at = value;
                 }
             }
