@@ -49,5 +49,8 @@ void WINAPI run_service(DWORD /*count*/, wchar_t** /*arguments*/) {
 int wmain(int count, wchar_t** arguments) {
     record_file = count > 1 ? arguments[1] : L"";
     const SERVICE_TABLE_ENTRYW table[] = {{service_name.data(), run_service}, {nullptr, nullptr}};
-    return StartServiceCtrlDispatcherW(table) != 0 ? 0 : 1;
+    const BOOL served = StartServiceCtrlDispatcherW(table);
+    // Under Wine, the answer to a control is lost if the process ends before it is given.
+    Sleep(50);
+    return served != 0 ? 0 : 1;
 }

@@ -13,16 +13,13 @@
 
 namespace {
 
-class AtomicWrite : public testing::Test {
-protected:
-    TemporaryFolder folder;
-    std::filesystem::path target = folder.path() / L"corvel-\u20ac.json";
-    std::string content = std::string("x\0y\r\n\xFF", 6);
-};
+const std::filesystem::path target = L"corvel-\u20ac.json";
+const std::string content("x\0y\r\n\xFF", 6);
 
-TEST_F(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
-    const auto temporary = folder.path() / L"corvel-\u20ac.json._corvel_tmp";
-    const auto planted = folder.path() / L"planted";
+TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
+    const TemporaryFolder folder;
+    const std::filesystem::path temporary = L"corvel-\u20ac.json._corvel_tmp";
+    const std::filesystem::path planted = L"planted";
     put_file(target, "old");
     put_file(planted, "another link to what was left there, longer than what is written");
     ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
@@ -36,7 +33,8 @@ TEST_F(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
     EXPECT_EQ(get_file(target), content);
 }
 
-TEST_F(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
+TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
+    const TemporaryFolder folder;
     std::vector<int> transient = {EINTR, EAGAIN, EWOULDBLOCK};
     const Fakes::Replacement write(Fakes::_write, [&](int file, const void* bytes, unsigned length) {
         if (!transient.empty()) {

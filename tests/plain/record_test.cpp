@@ -1,0 +1,14 @@
+#include "config/record.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+TEST(Record, keeps_what_is_not_read) {
+    Config::Record record;
+    const std::string defaults = Config::serialise(record);
+    Config::from_json(nlohmann::json::parse(R"({"other": 1, "tenant_id": "no UUID"})"), record);
+    Config::from_json(nlohmann::json::array(), record);
+    EXPECT_EQ(Config::serialise(record), defaults);
+    record.self_update_profile = static_cast<Config::SelfUpdateProfile>(3);
+    EXPECT_THAT(Config::serialise(record), testing::HasSubstr(R"("self_update_profile":"unsigned")"));
+}
