@@ -39,7 +39,8 @@ class SetCommand(HostTest):
 
     def test_set_alone_writes_what_file_and_environment_hold(self):
         CONFIG_FOLDER.mkdir()
-        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}\r\n')
+        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}'
+                                b"\r\n")
         self.corvelctl("set", status=1, err=NO_TENANT, environment={"SELF_UPDATE": "true", "WEBAPP_ADDR": "gelände"})
         self.expect_file(skip_power_check=True, webapp_addr="gelände")
 
@@ -51,7 +52,8 @@ class SetCommand(HostTest):
         self.expect_file(tenant_id=ID)
 
     def test_a_terminal_shows_the_same_messages(self):
-        done = subprocess.run(["script", "-qec", f"stty cols 400; {IN_WINE} {PREFIX} {CORVELCTL} set € x",
-                               "/dev/null"], stdin=subprocess.DEVNULL, capture_output=True, encoding="utf-8", check=False)
+        line = f"stty cols 400; {IN_WINE} {PREFIX} {CORVELCTL} set € x"
+        done = subprocess.run(["script", "-qec", line, "/dev/null"], stdin=subprocess.DEVNULL, capture_output=True,
+                              encoding="utf-8", check=False)
         self.assertEqual(done.returncode, 1)
         self.assertIn('Unknown key/value pairs: {"€": "x"}', done.stdout)

@@ -52,13 +52,15 @@ class SupportBundle(HostTest):
         for name in "Agent.LOG", "x.log.1", "log":
             (SCRATCH / name).write_bytes(b"not collected")
         (SCRATCH / "folder.log").mkdir()
-        (CONFIG_FOLDER / "both.log").chmod(0o444)
+        (CONFIG_FOLDER / "größe €.log").chmod(0o444)
+        self.addCleanup(CBS.unlink)
 
         archive = self.create("--exclude", "x")
         self.assertEqual(archive.namelist(), [*FIXED, "corvel.json", "update.log", "windows_cbs.log", ".a.log",
                                               "both.log", "größe €.log", "n" * 251 + ".log", "update.log"])
         self.assertEqual(archive.read("both.log"), b"scratch")
         self.assertEqual(archive.read("größe €.log"), b"2" * 100000)
+        self.assertEqual([archive.getinfo(name).external_attr & 1 for name in ("größe €.log", "both.log")], [1, 0])
         self.assertEqual(archive.read(archive.infolist()[4]), b"1")
         self.assertEqual(archive.read("corvel_svcstatus.txt"), b"SERVICE_RUNNING")
         for entry in archive.infolist():

@@ -14,7 +14,6 @@ from wine_host import BINARIES, CONFIG_FOLDER, ROOT, in_wine
 
 AUTHORITIES = BINARIES / "authorities"
 METADATA = b'{"version":"4.2.1"}\n'
-AUTHORITY_EXTENSIONS = "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertSign"
 
 
 class VerifyRelease(unittest.TestCase):
@@ -51,7 +50,8 @@ class VerifyRelease(unittest.TestCase):
         self.expect(self.sign("developer"), "d")
 
     def test_an_intermediate_is_taken_from_the_message(self):
-        self.run_script("issue_signer", AUTHORITIES / "release", "between", "30", AUTHORITY_EXTENSIONS)
+        self.run_script("issue_signer", AUTHORITIES / "release", "between", "30",
+                        "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertSign")
         self.run_script("issue_signer", "between", "below")
         self.expect(self.sign("below", "-certfile", "between.pem"), "r")
         self.expect(self.sign("below"), "")
@@ -78,10 +78,7 @@ class VerifyRelease(unittest.TestCase):
         self.expect(self.sign("developer"), "", "unsigned", "success", metadata=altered)
 
     def test_large_metadata_under_a_long_path_beyond_ascii(self):
-        # The last component stays a name that Linux takes.
-        deep = self.folder / ("größe-" * 20) / ("€" * 60) / "x" / ("y" * 100)
-        deep.mkdir(parents=True)
-        metadata = deep / "release.json"
+        metadata = self.folder / ("größe-" * 20) / ("€" * 60) / ("y" * 100) / "release.json"
+        metadata.parent.mkdir(parents=True)
         metadata.write_bytes(bytes(range(256)) * (100 * 4096))
-        self.assertGreater(len(str(metadata)), 260)
         self.expect(self.sign("release", metadata=metadata), "r", metadata=metadata)

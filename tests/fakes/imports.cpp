@@ -13,7 +13,7 @@
         Fakes::Trampoline<Fakes::name, __real___imp_##name, decltype(::name)>::call;                                   \
     }
 
-CORVEL_PASSIVE_IMPORTS(CORVEL_DEFINE_FAKE)
+CORVEL_OTHER_IMPORTS(CORVEL_DEFINE_FAKE)
 CORVEL_FAILING_IMPORTS(CORVEL_DEFINE_FAKE)
 
 // --wrap=NAME sends the calls of a linked function to __wrap_NAME.

@@ -19,10 +19,11 @@
 #include <string>
 
 // An X(...) for each import that tests replace; tests/CMakeLists.txt tells the linker from the same lists. Those that
-// may fail stand with the result, if it is not zero, and the error, if it is not that access is denied.
+// fail in the failure matrix stand with the result, if it is not zero, and the error, if it is not that access is
+// denied. One that closes a handle fails with ERROR_INVALID_HANDLE and closes it all the same.
 // clang-format off
-#define CORVEL_PASSIVE_IMPORTS(X) \
-    X(CertFreeCertificateChain) X(CreateMutexA) X(DeregisterEventSource) X(GetNativeSystemInfo) \
+#define CORVEL_OTHER_IMPORTS(X) \
+    X(CertFreeCertificateChain) X(CreateMutexA) X(CoUninitialize) X(DeregisterEventSource) X(GetNativeSystemInfo) X(GetProductInfo) \
     X(GetTickCount) X(RegisterEventSourceW) X(ReportEventW) X(Sleep) X(WSACleanup) X(WaitForSingleObject) X(_isatty)
 #define CORVEL_FAILING_IMPORTS(X) \
     X(CertAddCertificateContextToStore) X(CertAddStoreToCollection) X(CertCloseStore, FALSE, ERROR_INVALID_HANDLE) \
@@ -34,7 +35,7 @@
     X(CreateFileW, INVALID_HANDLE_VALUE) X(CreateProcessW) X(CryptGetMessageSignerCount, -1) \
     X(CryptVerifyDetachedMessageSignature, FALSE, 0x80090006) X(DeleteFileW) X(GetAddrInfoW, WSAHOST_NOT_FOUND) \
     X(GetEnvironmentVariableW) X(GetFileAttributesW, INVALID_FILE_ATTRIBUTES) X(GetFileInformationByHandle) \
-    X(GetFullPathNameW) X(GetModuleHandleExW) X(GetProcAddress) X(GetProductInfo) X(GetTempPathW) \
+    X(GetFullPathNameW) X(GetModuleHandleExW) X(GetProcAddress) X(GetTempPathW) \
     X(GetWindowsDirectoryW) X(MoveFileExW) X(MultiByteToWideChar) X(OpenEventLogW) X(OpenSCManagerW) X(OpenServiceW) \
     X(QueryServiceStatus) X(ReadEventLogW) X(ReadFile, FALSE, ERROR_READ_FAULT) X(RegGetValueW, ERROR_ACCESS_DENIED) \
     X(StartServiceW) X(SysAllocString) X(UuidFromStringW, RPC_S_INVALID_STRING_UUID) \
@@ -43,7 +44,7 @@
     X(_read, -1) X(_write, -1) X(_wsopen_s, EACCES) X(gethostname, -1)
 // clang-format on
 
-CORVEL_PASSIVE_IMPORTS(CORVEL_DECLARE_FAKE)
+CORVEL_OTHER_IMPORTS(CORVEL_DECLARE_FAKE)
 CORVEL_FAILING_IMPORTS(CORVEL_DECLARE_FAKE)
 
 // These are linked, not imported: each is wrapped itself.

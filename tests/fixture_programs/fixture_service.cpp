@@ -11,6 +11,7 @@ namespace {
 std::wstring service_name = L"corvel-tracker";
 std::wstring record_file;
 SERVICE_STATUS_HANDLE status_handle = nullptr;
+HANDLE stop_event = nullptr;
 
 void record(const char* line) {
     if (std::FILE* file = _wfopen(record_file.c_str(), L"ab")) {
@@ -31,17 +32,20 @@ DWORD WINAPI handle_control(DWORD control, DWORD /*type*/, void* /*data*/, void*
     if (control == SERVICE_CONTROL_STOP) {
         record("stop control");
         report(SERVICE_STOP_PENDING);
-        record("stopped");
-        report(SERVICE_STOPPED);
+        SetEvent(stop_event);
     }
     return NO_ERROR;
 }
 
 void WINAPI run_service(DWORD /*count*/, wchar_t** /*arguments*/) {
+    stop_event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     status_handle = RegisterServiceCtrlHandlerExW(service_name.c_str(), handle_control, nullptr);
     report(SERVICE_START_PENDING);
     record("running");
     report(SERVICE_RUNNING);
+    WaitForSingleObject(stop_event, INFINITE);
+    record("stopped");
+    report(SERVICE_STOPPED);
 }
 
 } // namespace

@@ -3,19 +3,17 @@
 
 #include <windows.h>
 
-#include <array>
+#include <cstdio>
+#include <cstdlib>
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/) {
     if (reason == DLL_PROCESS_ATTACH) {
-        std::array<char, MAX_PATH> record{};
-        std::array<char, MAX_PATH + 1> line{};
-        GetEnvironmentVariableA("PLANTED_RECORD", record.data(), MAX_PATH);
-        const DWORD length = GetModuleFileNameA(module, line.data(), MAX_PATH);
-        line[length] = '\n';
-        HANDLE file = CreateFileA(record.data(), FILE_APPEND_DATA, FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, 0, nullptr);
-        DWORD written = 0;
-        WriteFile(file, line.data(), length + 1, &written, nullptr);
-        CloseHandle(file);
+        char path[MAX_PATH]{};
+        GetModuleFileNameA(module, path, MAX_PATH);
+        if (std::FILE* const record = std::fopen(std::getenv("PLANTED_RECORD"), "ab")) {
+            std::fprintf(record, "%s\n", path);
+            std::fclose(record);
+        }
     }
     return TRUE;
 }

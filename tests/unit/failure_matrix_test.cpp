@@ -36,11 +36,8 @@ const Lines set = {"set", "tenant_id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"};
 const Lines create_support_bundle = {"create_support_bundle"};
 const Lines verify_release = {"verify_release", "release.json", "developer.p7s"};
 
-// A way to make one call of a function fail, counting its calls.
-struct Failure {
-    const char* function;
-    std::function<std::shared_ptr<void>(int which, int& calls)> install;
-};
+// A function and a way to make one call of it fail, counting its calls.
+using Failure = std::pair<const char*, std::function<std::shared_ptr<void>(int which, int& calls)>>;
 
 template <typename Result, typename... Args>
 Failure failure(const char* name, Fakes::Fake<Result(Args...)>& fake, std::type_identity_t<Result> result = {},
@@ -50,7 +47,7 @@ Failure failure(const char* name, Fakes::Fake<Result(Args...)>& fake, std::type_
                     if (++calls != which) {
                         return healthy(args...);
                     }
-                    if (error == ERROR_INVALID_HANDLE) { // what it says, but the handle is closed
+                    if (error == ERROR_INVALID_HANDLE) {
                         healthy(args...);
                     }
                     errno = EIO;
@@ -87,11 +84,12 @@ struct Observed {
     DWORD wait_hint = 0;
 };
 
-// What is different from machine to machine; a healthy one unless it is changed.
+// Most of what is different from machine to machine; a healthy one unless it is changed.
 struct Machine {
     std::string configuration; // of the file; empty if there is none
     // The states that the service shows in turn, the last one for ever.
     std::deque<Observed> service = {{SERVICE_RUNNING}, {SERVICE_STOP_PENDING}, {SERVICE_STOPPED}, {SERVICE_RUNNING}};
+    DWORD now = 0xFFFFF000; // shortly before the tick counter wraps
     std::deque<Read> event_log = {{0, event}, {0, large_event}};
     DWORD product = 7;
     Values registry = {{L"DisplayVersion", L"23H2"}, {L"ReleaseId", L"2009"}}; // numbers as they stand in memory
@@ -111,8 +109,7 @@ protected:
     TemporaryFolder folder;
     std::filesystem::path agent = folder.path() / L"ProgramData" / L"corvel";
     std::filesystem::path windows = folder.path() / L"Windows";
-    DWORD now = 0xFFFFF000; // shortly before the tick counter wraps
-    Lines calls;            // what the system was asked for
+    Lines calls; // what the system was asked for
     HANDLE process = nullptr;
     int handles = 0;
     int left_open = 0;
@@ -126,20 +123,14 @@ protected:
     void SetUp() override {
         { const System::WindowsIpcApartment loads_winrt_once; }
         FakedWmi::install(replaced);
+        fake(Fakes::CoInitializeEx, [](auto...) { return S_OK; });
+        fake(Fakes::CoUninitialize, [this] { calls.push_back("end COM"); });
         fake_files_and_processes();
         fake_service();
         fake_installation();
         fake_network();
         fake_signatures();
         count_handles();
-    }
-    void TearDown() override {
-        // Where WinRT cannot be ended, it stays.
-        APTTYPE type{};
-        APTTYPEQUALIFIER qualifier{};
-        while (CoGetApartmentType(&type, &qualifier) == S_OK) {
-            CoUninitialize();
-        }
     }
 
     void fake(auto& function, auto replacement) {
@@ -150,8 +141,9 @@ protected:
             *path = task_string(id == FOLDERID_Windows ? windows : agent.parent_path());
             return S_OK;
         });
-        fake(Fakes::GetWindowsDirectoryW,
-             [this](LPWSTR buffer, auto) { return static_cast<UINT>(windows.native().copy(buffer, MAX_PATH)); });
+        fake(Fakes::GetWindowsDirectoryW, [this](LPWSTR buffer, auto) {
+            return static_cast<UINT>(std::wcslen(std::wcscpy(buffer, windows.c_str())));
+        });
         fake(Fakes::CreateProcessW, [this](LPCWSTR application, LPWSTR line, auto, auto, BOOL inherit, DWORD flags,
                                            auto, auto, auto, PROCESS_INFORMATION* started) {
             EXPECT_TRUE(application == nullptr && inherit == FALSE && flags == 0x08000000);
@@ -400,11 +392,15 @@ protected:
         }
         left_open = handles;
         changed.reset();
-        std::istringstream said(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr());
         Lines lines{status};
-        for (std::string line; std::getline(said, line);) {
-            lines.push_back(line);
-        }
+        const auto add_lines = [&](const std::string& text, const char* stream) {
+            std::istringstream said(text);
+            for (std::string line; std::getline(said, line);) {
+                lines.push_back(stream + line + (said.eof() ? " (no line feed)" : ""));
+            }
+        };
+        add_lines(testing::internal::GetCapturedStdout(), "");
+        add_lines(testing::internal::GetCapturedStderr(), "stderr: ");
         std::ranges::copy(RecordedLog::take(), std::back_inserter(lines));
         for (const auto& license : System::system_info().licenses) {
             lines.push_back(fmt::format("{} {} {}", license.value.value_or("-"), license.family.value_or("-"),
@@ -583,6 +579,8 @@ protected:
         }
         FakedWmi::rows.clear();
         explore("no licence", create_support_bundle);
+        explore("COM in use", create_support_bundle,
+                [] { return Fakes::Replacement(Fakes::CoInitializeEx, [](auto...) { return S_FALSE; }).end; });
         const std::tuple<const wchar_t*, FakedWmi::Value, FakedWmi::Value> licences[] = {
             {L"a", L"F", 0L}, {L"b", L"F", 0L}, {L"c", L"F", L"1"},         {L"d", {}, 1L},   {L"e", {}, 1L},
             {L"f", L"G", 7L}, {L"g", L"G", {}}, {L"h", L"H", L"no number"}, {L"i", L"I", 1L},
@@ -623,15 +621,16 @@ TEST_F(FailureMatrix, loses_nothing_and_says_what_failed) {
         make_machine(configured);
         const Lines expected = healthy[name] = run(arguments);
         add(name, expected, {});
-        for (const Failure& each : failures) {
+        for (const auto& [function, fail] : failures) {
             for (int which = 1, made = 0; made >= which - 1; ++which) {
-                SCOPED_TRACE(fmt::format("{}: call {} of {}", name, which, each.function));
+                SCOPED_TRACE(fmt::format("{}: call {} of {}", name, which, function));
                 make_machine(configured);
                 made = 0;
-                const Lines lines = run(arguments, [&] { return each.install(which, made); });
+                const Lines lines = run(arguments, [&] { return fail(which, made); });
                 expect_nothing_lost();
                 if (made >= which) {
-                    add(fmt::format("{} {}", name, each.function), lines, expected);
+                    std::printf("%s %s, call %d\n", name, function, which);
+                    add(fmt::format("{} {}", name, function), lines, expected);
                 }
             }
         }

@@ -50,7 +50,7 @@ TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_f
 TEST(ScratchFolder, is_created_once_but_not_its_parent) {
     const TemporaryFolder folder;
     const Fakes::Replacement directory(Fakes::GetWindowsDirectoryW, [&](LPWSTR buffer, UINT) {
-        return static_cast<UINT>(folder.path().native().copy(buffer, MAX_PATH));
+        return static_cast<UINT>(std::wcslen(std::wcscpy(buffer, folder.path().c_str())));
     });
     EXPECT_THROW(System::get_temp_directory(true), std::filesystem::filesystem_error);
     std::filesystem::create_directory("Temp");

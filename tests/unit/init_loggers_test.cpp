@@ -144,7 +144,7 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as
                            [&](HANDLE handle) { return handle == source ? TRUE : FALSE; });
     replaced.emplace_front(Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier,
                                                     PSID user, WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
-        const auto [expected_type, number, priority] = levels[level];
+        const auto [expected_type, number, priority] = levels[level++];
         EXPECT_EQ(std::tuple(handle, type, category, identifier, user, count, size, data),
                   std::tuple(source, expected_type, 0, 0x20000000 + number, nullptr, 2, 0U, nullptr));
         EXPECT_EQ(strings[0], L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  "
@@ -154,12 +154,13 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as
         return FALSE;
     });
     System::WindowsEventSink sink;
-    for (; level < std::size(levels); ++level) {
-        const auto code = static_cast<quill::LogLevel>(level);
-        const quill::MacroMetadata data("src/load.cpp:120", level % 2 == 0 ? "load" : "Config::load", "{}", nullptr,
+    for (std::size_t each = 0; each < std::size(levels); ++each) {
+        const auto code = static_cast<quill::LogLevel>(each);
+        const quill::MacroMetadata data("src/load.cpp:120", each % 2 == 0 ? "load" : "Config::load", "{}", nullptr,
                                         code, quill::MacroMetadata::Event::Log);
         sink.write_log(&data, 0, "", "", "", "main", code, "", "", nullptr, "", "gr\u00fc\u00df\n");
     }
+    EXPECT_EQ(level, std::size(levels));
 }
 
 } // namespace

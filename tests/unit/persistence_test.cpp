@@ -50,6 +50,16 @@ TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_th
     SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
+TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
+    const std::wstring path = L"C:\\" + std::wstring(300, L'x');
+    const Fakes::Replacement open(Fakes::_wsopen_s, [&](auto, const wchar_t* opened, auto...) {
+        EXPECT_EQ(opened, L"\\\\?\\" + path);
+        return ENOENT;
+    });
+    EXPECT_THAT([&] { Config::read(path); },
+                testing::ThrowsMessage<std::system_error>(testing::StartsWith("read: C:\\xxx")));
+}
+
 TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
     const TemporaryFolder folder;
     const auto file = folder.path() / L"corvel" / L"corvel.json";
