@@ -32,7 +32,6 @@ class Documents(HostTest):
         script = DRIVE_C / "block.bat"
         script.write_text("@echo off\r\n" + "".join(f"{line}\r\necho.\r\necho {BETWEEN}\r\n" for line in lines),
                           newline="")
-        self.addCleanup(script.unlink, missing_ok=True)
         done = in_wine("cmd", "/c", r"C:\block.bat 2>&1", cwd=DRIVE_C,
                        env={**os.environ, "WINEPATH": os.path.dirname(CORVELCTL)})
         return [shown.rstrip("\n") for shown in done.stdout.split(f"\n{BETWEEN}\n")[:-1]]

@@ -44,11 +44,10 @@ class Scripts(unittest.TestCase):
         (self.folder / "cut.der").write_bytes((self.folder / "whole.der").read_bytes()[:700])
         for name, good in {"whole.der": True, "ca/release.pem": True, "cut.der": False, "key.der": False,
                            "ca/release.key": False}.items():
-            done = subprocess.run(["cmake", "-D", "OPENSSL=openssl", "-D", f"RELEASE={self.folder / name}", "-D",
-                                   f"DEVELOPER={self.folder / 'ca' / 'developer.pem'}", "-D",
-                                   f"OUTPUT={self.folder / 'embedded.cpp'}", "-P",
-                                   ROOT / "cmake" / "embed_authorities.cmake"], capture_output=True, encoding="utf-8",
-                                  check=False)
+            done = subprocess.run(["cmake", "-D", "OPENSSL=openssl", "-D", f"RELEASE={name}", "-D",
+                                   "DEVELOPER=ca/developer.pem", "-D", "OUTPUT=embedded.cpp", "-P",
+                                   ROOT / "cmake" / "embed_authorities.cmake"], cwd=self.folder, capture_output=True,
+                                  encoding="utf-8", check=False)
             self.assertEqual((done.returncode == 0, "no complete certificate" in done.stderr.replace("\n ", "")),
                              (good, not good), (name, done))
 

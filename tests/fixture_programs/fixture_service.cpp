@@ -4,17 +4,16 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <string>
 
 namespace {
 
-std::wstring service_name = L"corvel-tracker";
-std::wstring record_file;
+wchar_t service_name[] = L"corvel-tracker";
+const wchar_t* record_file = L"";
 SERVICE_STATUS_HANDLE status_handle = nullptr;
 HANDLE stop_event = nullptr;
 
 void record(const char* line) {
-    if (std::FILE* file = _wfopen(record_file.c_str(), L"ab")) {
+    if (std::FILE* file = _wfopen(record_file, L"ab")) {
         std::fprintf(file, "%s\n", line);
         std::fclose(file);
     }
@@ -39,7 +38,7 @@ DWORD WINAPI handle_control(DWORD control, DWORD /*type*/, void* /*data*/, void*
 
 void WINAPI run_service(DWORD /*count*/, wchar_t** /*arguments*/) {
     stop_event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    status_handle = RegisterServiceCtrlHandlerExW(service_name.c_str(), handle_control, nullptr);
+    status_handle = RegisterServiceCtrlHandlerExW(service_name, handle_control, nullptr);
     report(SERVICE_START_PENDING);
     record("running");
     report(SERVICE_RUNNING);
@@ -51,8 +50,8 @@ void WINAPI run_service(DWORD /*count*/, wchar_t** /*arguments*/) {
 } // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    record_file = count > 1 ? arguments[1] : L"";
-    const SERVICE_TABLE_ENTRYW table[] = {{service_name.data(), run_service}, {nullptr, nullptr}};
+    record_file = count > 1 ? arguments[1] : record_file;
+    const SERVICE_TABLE_ENTRYW table[] = {{service_name, run_service}, {nullptr, nullptr}};
     const BOOL served = StartServiceCtrlDispatcherW(table);
     // Under Wine, the answer to a control is lost if the process ends before it is given.
     Sleep(50);

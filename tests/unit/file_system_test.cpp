@@ -2,7 +2,6 @@
 
 #include "fakes/imports.h"
 #include "support/temporary_folder.h"
-#include "system_win32/paths.h"
 
 #include <gmock/gmock.h>
 
@@ -45,15 +44,4 @@ TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_f
     put_file(deep / L"file", "x");
     EXPECT_EQ(get_file(deep / L"file"), "x");
     EXPECT_EQ(System::create_directories(deep / L"file" / L"x").value(), ERROR_ALREADY_EXISTS);
-}
-
-TEST(ScratchFolder, is_created_once_but_not_its_parent) {
-    const TemporaryFolder folder;
-    const Fakes::Replacement directory(Fakes::GetWindowsDirectoryW, [&](LPWSTR buffer, UINT) {
-        return static_cast<UINT>(std::wcslen(std::wcscpy(buffer, folder.path().c_str())));
-    });
-    EXPECT_THROW(System::get_temp_directory(true), std::filesystem::filesystem_error);
-    std::filesystem::create_directory("Temp");
-    EXPECT_TRUE(std::filesystem::is_directory(System::get_temp_directory(true)));
-    EXPECT_EQ(System::get_temp_directory(true), folder.path() / L"Temp" / L"corvel");
 }

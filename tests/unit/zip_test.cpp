@@ -28,5 +28,4 @@ TEST(ZipAddFile, reads_as_much_as_the_file_had_when_it_was_opened) {
     }
     later.clear();
     EXPECT_FALSE(add());
-    EXPECT_EQ(Zip::mz_error_name(-2), "\"unknown\"");
 }

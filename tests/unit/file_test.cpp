@@ -1,0 +1,59 @@
+#include "config/file.h"
+
+#include "fakes/imports.h"
+#include "support/temporary_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+namespace {
+
+const std::filesystem::path target = L"corvel-\u20ac.json";
+const std::string content("x\0y\r\n\xFF", 6);
+
+TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
+    const TemporaryFolder folder;
+    const std::filesystem::path temporary = L"corvel-\u20ac.json._corvel_tmp";
+    const std::filesystem::path planted = L"planted";
+    put_file(target, "old");
+    put_file(planted, "another link to what was left there, longer than what is written");
+    ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
+    EXPECT_FALSE(Config::write_atomically(target, content, 0644));
+    EXPECT_EQ(get_file(target), content);
+    EXPECT_THAT(get_file(planted), testing::StartsWith("another"));
+    EXPECT_FALSE(std::filesystem::exists(temporary));
+
+    std::filesystem::create_directory(temporary);
+    EXPECT_EQ(Config::write_atomically(target, "new", 0644), std::errc::file_exists);
+    EXPECT_EQ(get_file(target), content);
+}
+
+TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
+    const TemporaryFolder folder;
+    std::vector<int> transient = {EINTR, EAGAIN, EWOULDBLOCK};
+    const Fakes::Replacement write(Fakes::_write, [&](int file, const void* bytes, unsigned length) {
+        if (!transient.empty()) {
+            errno = transient.back();
+            transient.pop_back();
+            return -1;
+        }
+        return (*Fakes::_write.original)(file, bytes, std::min(length, 2U));
+    });
+    EXPECT_FALSE(Config::write_atomically(target, content, 0444));
+    EXPECT_EQ(get_file(target), content);
+    EXPECT_TRUE((GetFileAttributesW(target.c_str()) & FILE_ATTRIBUTE_READONLY) != 0);
+    SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
+    const std::wstring path = L"C:\\" + std::wstring(300, L'x');
+    const Fakes::Replacement open(Fakes::_wsopen_s, [&](auto, const wchar_t* opened, auto...) {
+        EXPECT_EQ(opened, L"\\\\?\\" + path);
+        return ENOENT;
+    });
+    EXPECT_THAT([&] { Config::read(path); },
+                testing::ThrowsMessage<std::system_error>(testing::StartsWith("read: C:\\xxx")));
+}
+
+} // namespace
