@@ -93,9 +93,9 @@ class SupportBundle(HostTest):
     def test_what_cannot_be_had_fails_its_member_alone(self):
         self.remove_service()
         CONFIG_FILE.write_bytes(b"\xff")
-        (CONFIG_FOLDER / "z.log").write_bytes(b"x")
+        (CONFIG_FOLDER / "update.log").write_bytes(b"x")
         archive = self.create(good=False)
-        self.assertEqual(archive.namelist(), [FIXED[0], "corvel.json", "z.log"])
+        self.assertEqual(archive.namelist(), [FIXED[0], "corvel.json", "update.log"])
         self.assertEqual(archive.read("corvel.json"), b"\xff")
 
     def test_a_missing_program_data_folder_ends_the_command_abnormally_and_without_an_archive(self):
