@@ -626,7 +626,7 @@ TEST_F(FailureMatrix, loses_nothing_and_says_what_failed) {
                 SCOPED_TRACE(fmt::format("{}: call {} of {}", name, which, function));
                 make_machine(configured);
                 made = 0;
-                const Lines lines = run(arguments, [&] { return fail(which, made); });
+                const Lines lines = run(arguments, [&, &fail = fail] { return fail(which, made); });
                 expect_nothing_lost();
                 if (made >= which) {
                     std::printf("%s %s, call %d\n", name, function, which);
