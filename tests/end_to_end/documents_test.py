@@ -3,9 +3,8 @@
 import os
 import re
 import shutil
-import subprocess
 
-from wine_host import CORVELCTL, DRIVE_C, PREFIX, ROOT, HostTest, in_wine
+from wine_host import CORVELCTL, DRIVE_C, PREFIX, ROOT, HostTest, in_wine, run_script
 
 BETWEEN = "@@@"
 
@@ -24,14 +23,20 @@ class Documents(HostTest):
         self.addCleanup(lambda: [left.unlink() for left in set(DRIVE_C.iterdir()) - before if left.is_file()])
         for folder in "windows/Temp/corvel", "Program Files/corvel":
             shutil.rmtree(DRIVE_C / folder, ignore_errors=True)
-        subprocess.run([ROOT / "scripts" / "demo_host", PREFIX, os.environ["FIXTURE_SERVICE"]], check=True,
-                       capture_output=True)
+        run_script("demo_host", PREFIX, os.environ["FIXTURE_SERVICE"], folder=ROOT)
+
+    def wait_after(self, line, number):
+        """A service that is deleted stays until its process and everybody's handles are gone."""
+        if not line.startswith("sc delete"):
+            return ""
+        return f":wait{number}\r\nsc query corvel-tracker >nul\r\nif not errorlevel 1 goto wait{number}\r\n"
 
     def type_block(self, lines):
         """Types the block's lines into one command prompt in C: and returns what each shows."""
         script = DRIVE_C / "block.bat"
-        script.write_text("@echo off\r\n" + "".join(f"{line}\r\necho.\r\necho {BETWEEN}\r\n" for line in lines),
-                          newline="")
+        script.write_text("@echo off\r\n" + "".join(
+            f"{line}\r\necho.\r\necho {BETWEEN}\r\n{self.wait_after(line, number)}"
+            for number, line in enumerate(lines)), newline="")
         done = in_wine("cmd", "/c", r"C:\block.bat 2>&1", cwd=DRIVE_C,
                        env={**os.environ, "WINEPATH": os.path.dirname(CORVELCTL)})
         return [shown.rstrip("\n") for shown in done.stdout.split(f"\n{BETWEEN}\n")[:-1]]

@@ -11,7 +11,7 @@ import tempfile
 import unittest
 import zipfile
 
-from wine_host import BINARIES, CORVELCTL, DRIVE_C, ROOT, in_wine
+from wine_host import BINARIES, CORVELCTL, DRIVE_C, ROOT, in_wine, run_script
 
 BUILD = pathlib.Path(CORVELCTL).parent
 INSTALLED = DRIVE_C / "Program Files" / "corvelctl"
@@ -85,9 +85,8 @@ class Packages(unittest.TestCase):
 
     def expect_to_be_genuine(self):
         """The installed tool judges the packages that it came in."""
-        for script, *arguments in (["issue_signer", BINARIES / "authorities" / "release", "signer"],
-                                   ["sign_release", self.release / "release.json", "release.p7s", "signer"]):
-            subprocess.run([ROOT / "scripts" / script, *arguments], cwd=self.folder, check=True)
+        run_script("issue_signer", BINARIES / "authorities" / "release", "signer", folder=self.folder)
+        run_script("sign_release", self.release / "release.json", "release.p7s", "signer", folder=self.folder)
         done = in_wine("corvelctl.exe", "verify_release", self.release / "release.json", "release.p7s",
                        cwd=self.folder, env={**os.environ, "SELF_UPDATE_PROFILE": '"unsigned"'})
         self.assertEqual(done.stdout.splitlines()[0], "Verification result: success", done)
@@ -97,8 +96,7 @@ class Packages(unittest.TestCase):
                         "certificate.pem", "-subj", "/CN=Deployer", "-addext", "extendedKeyUsage=codeSigning"],
                        cwd=self.folder, check=True, capture_output=True)
         for file in self.release / f"{self.name}.msi", BINARIES / "corvelctl_test.exe":
-            subprocess.run([ROOT / "scripts" / "sign_code", file, f"signed{file.suffix}", "certificate.pem",
-                            "key.pem"], cwd=self.folder, check=True, capture_output=True)
+            run_script("sign_code", file, f"signed{file.suffix}", "certificate.pem", "key.pem", folder=self.folder)
         self.assertEqual(in_wine(self.folder / "signed.exe").stdout[:6], "Usage:")
         self.assertEqual(self.msiexec("/i", self.folder / "signed.msi"), 0)
         self.expect_installed(self.version)

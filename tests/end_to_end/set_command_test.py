@@ -41,7 +41,7 @@ class SetCommand(HostTest):
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}'
                                 b"\r\n")
-        self.corvelctl("set", status=1, err=NO_TENANT, environment={"SELF_UPDATE": "true", "WEBAPP_ADDR": "gelände"})
+        self.corvelctl("set", status=1, err=NO_TENANT, SELF_UPDATE="true", WEBAPP_ADDR="gelände")
         self.expect_file(skip_power_check=True, webapp_addr="gelände")
 
     def test_a_failed_restart_is_no_failure_even_if_nothing_can_be_shown(self):

@@ -24,6 +24,11 @@ def in_wine(*command, timeout=120, **options):
     return subprocess.run([IN_WINE, PREFIX, *command], encoding="utf-8", timeout=timeout, check=False, **options)
 
 
+def run_script(script, *arguments, folder):
+    """Runs one of the project's scripts in a folder; it has to succeed."""
+    subprocess.run([ROOT / "scripts" / script, *arguments], cwd=folder, check=True)
+
+
 class HostTest(unittest.TestCase):
     """A test that starts without configuration and service."""
 
@@ -52,7 +57,7 @@ class HostTest(unittest.TestCase):
         self.wait_until(lambda: "RUNNING" in in_wine("sc", "query", "corvel-tracker").stdout)
         SERVICE_RECORD.unlink()
 
-    def corvelctl(self, *arguments, status, out="", err="", environment=None):
-        """Runs the tool and checks its exit status and both streams to the letter."""
-        done = in_wine(CORVELCTL, *arguments, env={**os.environ, **(environment or {})})
-        self.assertEqual((done.returncode, done.stdout, done.stderr), (status, out, err))
+    def corvelctl(self, *arguments, status, err="", **environment):
+        """Runs the tool and checks its exit status and, to the letter, standard error; it may say nothing else."""
+        done = in_wine(CORVELCTL, *arguments, env={**os.environ, **environment})
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (status, "", err))

@@ -11,12 +11,10 @@
 #include <rpc.h>
 #include <sddl.h>
 #include <shlobj.h>
+#include <shlwapi.h>
 #include <wincrypt.h>
 #include <winhttp.h>
 #include <winsvc.h>
-
-#include <algorithm>
-#include <string>
 
 // An X(...) for each import that tests replace; tests/CMakeLists.txt tells the linker from the same lists. Those that
 // fail in the failure matrix stand with the result, if it is not zero, and the error, if it is not that access is
@@ -52,10 +50,3 @@ CORVEL_DECLARE_FAKE(GetBestInterface)
 CORVEL_DECLARE_FAKE(GetIpAddrTable)
 CORVEL_DECLARE_FAKE(SHGetKnownFolderPath)
 CORVEL_DECLARE_FAKE(WinHttpCrackUrl)
-
-/// Returns the text as SHGetKnownFolderPath does.
-inline PWSTR task_string(const std::wstring& text) {
-    const auto copy = static_cast<PWSTR>(CoTaskMemAlloc((text.size() + 1) * sizeof(wchar_t)));
-    std::copy_n(text.c_str(), text.size() + 1, copy);
-    return copy;
-}

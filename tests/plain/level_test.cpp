@@ -4,8 +4,6 @@
 
 using Logger::Level;
 using Logger::parse_log_level_config;
-using testing::Pair;
-using testing::UnorderedElementsAre;
 
 TEST(LevelConfig, has_the_level_of_the_last_item_without_a_logger_name) {
     const std::pair<const char*, Level> cases[] = {
@@ -24,5 +22,6 @@ TEST(LevelConfig, has_the_last_level_given_for_each_logger) {
     const auto config = parse_log_level_config("debug,dll=warning,main=error,main=x=y,=info,dll=notice");
     EXPECT_EQ(config.default_level, Level::Debug);
     EXPECT_THAT(config.logger_levels,
-                UnorderedElementsAre(Pair("dll", Level::Notice), Pair("main", Level::None), Pair("", Level::Info)));
+                testing::UnorderedElementsAre(testing::Pair("dll", Level::Notice), testing::Pair("main", Level::None),
+                                              testing::Pair("", Level::Info)));
 }

@@ -121,10 +121,10 @@ protected:
     Lines matrix;
 
     void SetUp() override {
-        { const System::WindowsIpcApartment loads_winrt_once; }
         FakedWmi::install(replaced);
         fake(Fakes::CoInitializeEx, [](auto...) { return S_OK; });
         fake(Fakes::CoUninitialize, [this] { calls.push_back("end COM"); });
+        { const System::WindowsIpcApartment loads_winrt_once; }
         fake_files_and_processes();
         fake_service();
         fake_installation();
@@ -138,8 +138,7 @@ protected:
     }
     void fake_files_and_processes() {
         fake(Fakes::SHGetKnownFolderPath, [this](const GUID& id, auto, auto, PWSTR* path) {
-            *path = task_string(id == FOLDERID_Windows ? windows : agent.parent_path());
-            return S_OK;
+            return SHStrDupW(id == FOLDERID_Windows ? windows.c_str() : agent.parent_path().c_str(), path);
         });
         fake(Fakes::GetWindowsDirectoryW, [this](LPWSTR buffer, auto) {
             return static_cast<UINT>(std::wcslen(std::wcscpy(buffer, windows.c_str())));
@@ -373,26 +372,24 @@ protected:
     }
 
     // What the command says, logs and asks the system for, one line each, behind its status.
-    Lines run(
-        const Lines& arguments, const Change& change = [] { return nullptr; }) {
+    Lines run(const Lines& arguments, const Change& change = nullptr) {
         Config::current() = Config::Record();
         System::system_info() = System::SystemInfo();
         RecordedLog::take();
         calls.clear();
         FakedWmi::asked.clear();
-        std::string status;
+        Lines lines;
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        auto changed = change();
+        auto changed = change ? change() : nullptr;
         handles = 0;
         try {
-            status = fmt::format("status {}", Commands::dispatch(arguments));
+            lines.push_back(fmt::format("status {}", Commands::dispatch(arguments)));
         } catch (const std::exception& error) {
-            status = fmt::format("ends abnormally: {}", error.what());
+            lines.push_back(fmt::format("ends abnormally: {}", error.what()));
         }
         left_open = handles;
         changed.reset();
-        Lines lines{status};
         const auto add_lines = [&](const std::string& text, const char* stream) {
             std::istringstream said(text);
             for (std::string line; std::getline(said, line);) {
@@ -410,7 +407,7 @@ protected:
         if (!calls.empty()) {
             lines.push_back(fmt::format("{}", fmt::join(calls, ", ")));
         }
-        const std::pair<std::regex, const char*> varying[] = {
+        static const std::pair<std::regex, const char*> varying[] = {
             {std::regex(R"([^ "[]*corvel-test-\d+)"), "<folder>"},
             {std::regex(R"(\d{4}-\d\d-\d\d[ _]\d\d[:-]\d\d[:-]\d\d(\.\d{7})?)"), "<time>"},
             {std::regex("wrote \\d+ bytes"), "wrote <size>"},
@@ -443,8 +440,7 @@ protected:
         }
     }
     // Runs a command on the machine as it was made different, and makes it anew.
-    void explore(
-        const std::string& name, const Lines& arguments, const Change& change = [] { return nullptr; }) {
+    void explore(const std::string& name, const Lines& arguments, const Change& change = nullptr) {
         SCOPED_TRACE(name);
         add(arguments.front() + ", " + name, run(arguments, change), healthy[arguments.front()]);
         expect_nothing_lost();
@@ -468,18 +464,18 @@ protected:
     }
     void explore_operands() {
         const std::string& id = set.back();
-        for (const std::string& bad : {std::string(), "{" + id + "}", " " + id, id + " ", id + "0", id.substr(1),
-                                       std::string("6f9619ff8b86d011b42d00c04fc964ff"), Config::Uuid().text()}) {
+        for (const std::string& bad : Lines{"", "{" + id + "}", " " + id, id + " ", id + "0", id.substr(1),
+                                            "6f9619ff8b86d011b42d00c04fc964ff", Config::Uuid().text()}) {
             explore("bad UUID " + bad, {"set", "tenant_id", bad});
         }
         configure("{");
         explore("odd number of operands and malformed file", {"set", "tenant_id"});
-        for (const std::string line :
-             {"set Tenant_id x", "set a a\"€*", "set host_id 5 unknown y", "set log_level é",
-              "set skip_power_check true self_update yes webapp_addr 123", R"(set self_update_profile "Production")",
-              "Set", "help set", "verify_release a", "verify_release a create_support_bundle b",
-              "verify_release missing b", "create_support_bundle --exclude", "create_support_bundle --exclude x",
-              "create_support_bundle --exclude wu", "foo create_support_bundle"}) {
+        for (const std::string& line : Lines{
+                 "set Tenant_id x", "set a a\"€*", "set host_id 5 unknown y", "set log_level é",
+                 "set skip_power_check true self_update yes webapp_addr 123", R"(set self_update_profile "Production")",
+                 "Set", "help set", "verify_release a", "verify_release a create_support_bundle b",
+                 "verify_release missing b", "create_support_bundle --exclude", "create_support_bundle --exclude x",
+                 "create_support_bundle --exclude wu", "foo create_support_bundle"}) {
             std::istringstream words(line);
             explore("typed " + line, {std::istream_iterator<std::string>(words), {}});
         }
@@ -487,9 +483,9 @@ protected:
     void explore_configurations() {
         const std::string deep(1000000, '[');
         for (const std::string& content :
-             {std::string(), std::string("{} x"), std::string("// c\n{}"), std::string(R"({"webapp_addr": "\xFF"})"),
-              std::string("{\"webapp_addr\": \"\xFF\"}"), std::string("{}\0", 3), std::string(R"({"self_update": 1})"),
-              deep, R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}"}) {
+             Lines{"", "{} x", "// c\n{}", R"({"webapp_addr": "\xFF"})", "{\"webapp_addr\": \"\xFF\"}",
+                   std::string("{}\0", 3), R"({"self_update": 1})", deep,
+                   R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}"}) {
             configure(content);
             explore(fmt::format("file of {} bytes", content.size()), set);
         }

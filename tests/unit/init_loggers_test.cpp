@@ -26,8 +26,9 @@ protected:
 
     // Expects what statements show, first in the preferred sink, then on standard output, then in files. A process can
     // set up the loggers once only, so each test does it in a child.
-    void expect(const char* levels, const std::function<void()>& log,
-                const testing::Matcher<const std::string&>& shown) {
+    void expect(
+        const char* levels, const testing::Matcher<const std::string&>& shown,
+        const std::function<void()>& log = [] {}) {
         EXPECT_EXIT(run(levels, log), testing::ExitedWithCode(0), shown);
     }
 
@@ -68,16 +69,16 @@ TEST_F(InitLoggers, writes_to_the_preferred_sink_and_no_file_when_output_is_redi
         LOG_WARNING(Logger::main, "kept {}", "1\t2\r3\u00e4");
         LOG_DEBUG(Logger::dll, "kept {}", 2);
     };
-    expect("warning,dll=debug,pkg_update=debug", log,
-           "warning operator(): kept 1\\x092\\x0D3\\xC3\\xA4\ndebug operator(): kept 2\n");
+    expect("warning,dll=debug,pkg_update=debug",
+           "warning operator(): kept 1\\x092\\x0D3\\xC3\\xA4\ndebug operator(): kept 2\n", log);
 }
 
 TEST_F(InitLoggers, writes_full_lines_to_the_terminal) {
     terminal = true;
-    expect(
-        "info", [] { LOG_NOTICE(Logger::comm, "message"); },
-        testing::MatchesRegex("\n\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
-                              "\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n"));
+    expect("info",
+           testing::MatchesRegex("\n\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
+                                 "\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n"),
+           [] { LOG_NOTICE(Logger::comm, "message"); });
 }
 
 TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
@@ -86,17 +87,14 @@ TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
         put_file("corvel.log", "of the last run\n");
         put_file("corvel.1.log", "somebody's\n");
     };
-    expect(
-        "info", [] {},
-        testing::MatchesRegex("\ncorvel\\.1\\.log: somebody's\ncorvel\\.log: .+ LOG_INFO      main         "
-                              "Failed to use preferred logging method: Access denied\\.\r?\n"));
+    expect("info", testing::MatchesRegex("\ncorvel\\.1\\.log: somebody's\ncorvel\\.log: .+ LOG_INFO      main         "
+                                         "Failed to use preferred logging method: Access denied\\.\r?\n"));
 }
 
 TEST_F(InitLoggers, falls_back_to_standard_output_where_no_file_can_be_written) {
     preferred_can_be_made = false;
     prepare = [] { std::filesystem::create_directories("corvel.log/x"); };
-    expect(
-        "info", [] {}, testing::HasSubstr("Failed to use preferred logging method: Access denied.; "));
+    expect("info", testing::HasSubstr("Failed to use preferred logging method: Access denied.; "));
 }
 
 TEST_F(InitLoggers, lets_the_capture_sink_have_debug_and_above_whatever_the_level) {
@@ -110,7 +108,7 @@ TEST_F(InitLoggers, lets_the_capture_sink_have_debug_and_above_whatever_the_leve
         Logger::stop_logging();
         std::printf("%s", Logger::pkg_update_capture->text().c_str());
     };
-    expect("warning", log, "error operator(): before\nwarning operator(): b\nwarning operator(): c\na\nb\nc\n");
+    expect("warning", "error operator(): before\nwarning operator(): b\nwarning operator(): c\na\nb\nc\n", log);
 }
 
 TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace_statements_with_a_critical_one) {
@@ -123,9 +121,10 @@ TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace
         }
         LOG_CRITICAL(Logger::main, "failed");
     };
-    const std::string before = "critical operator(): failed\nbacktrace operator(): 2\nbacktrace operator(): 3\n";
-    expect("tracel2,api=none,main=critical", log,
-           before + "backtrace operator(): 4\nbacktrace operator(): 5\nbacktrace operator(): 6\n10 1 1 1 1 ");
+    expect("tracel2,api=none,main=critical",
+           "critical operator(): failed\nbacktrace operator(): 2\nbacktrace operator(): 3\nbacktrace operator(): 4\n"
+           "backtrace operator(): 5\nbacktrace operator(): 6\n10 1 1 1 1 ",
+           log);
 }
 
 TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as_its_level_is_known) {
@@ -133,8 +132,7 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as
         {4, 3, L"TRACEL3"}, {4, 2, L"TRACEL2"}, {4, 1, L"TRACEL1"}, {4, 4, L"DEBUG"},    {4, 5, L"INFO"},
         {4, 9, L"NOTICE"},  {2, 6, L"WARNING"}, {1, 7, L"ERROR"},   {1, 8, L"CRITICAL"}, {1, 7, L"ERROR"},
     };
-    int registered = 0;
-    const HANDLE source = &registered;
+    const auto source = reinterpret_cast<HANDLE>(1);
     std::size_t level = 0;
     Fakes::Replacements replaced;
     replaced.emplace_front(Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) {

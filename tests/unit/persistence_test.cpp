@@ -12,8 +12,7 @@ TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environm
     const TemporaryFolder folder;
     const auto file = folder.path() / L"corvel" / L"corvel.json";
     const Fakes::Replacement program_data(Fakes::SHGetKnownFolderPath, [&](auto&&, auto, auto, PWSTR* path) {
-        *path = task_string(folder.path().native());
-        return S_OK;
+        return SHStrDupW(folder.path().c_str(), path);
     });
     const auto in_the_way = folder.path() / L"corvel" / L"corvel.json._corvel_tmp";
     std::filesystem::create_directories(in_the_way);
