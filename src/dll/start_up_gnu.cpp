@@ -1,11 +1,9 @@
-// What GNU compilers leave to a library that their executables would start with: the guard of the stack protector. That
-// library asks a cryptographic provider for it, which loads a dozen others before the search for them is confined.
+// The guard of the stack protector, which GNU compilers otherwise leave to a library: that one asks a cryptographic
+// provider for it at start-up, and so loads a dozen other libraries before the search for them is confined.
 
 #include "dll/search.h"
 
 #include <windows.h>
-
-#include <ntsecapi.h>
 
 #include <cstdint>
 #include <exception>
@@ -17,22 +15,32 @@ std::uintptr_t __stack_chk_guard = 0;
 }
 
 void __stack_chk_fail() {
-    // The stack is not what it was: nothing of it may run any more.
+    // The stack can no longer be trusted: nothing of it may run.
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
     std::terminate();
 }
 
 namespace {
 
-[[gnu::constructor(101), gnu::optimize("no-stack-protector")]] void start_up() {
+// What Microsoft's run-time library makes its guard of. A random number would have to come from a library that Windows
+// looks for beside the executable, and finds there before any of this code runs.
+[[gnu::no_stack_protector]] std::uintptr_t make_guard() {
+    FILETIME time{};
+    GetSystemTimeAsFileTime(&time);
+    LARGE_INTEGER counter{};
+    QueryPerformanceCounter(&counter);
+    const auto address = reinterpret_cast<std::uintptr_t>(&time);
+    const std::uintptr_t ticks = GetTickCount64();
+    const std::uintptr_t identifiers = std::uintptr_t{GetCurrentProcessId()} << 32U ^ GetCurrentThreadId();
+    const std::uintptr_t now = std::uintptr_t{time.dwLowDateTime} << 32U ^ time.dwHighDateTime;
+    const std::uintptr_t count = static_cast<std::uintptr_t>(counter.QuadPart) << 16U;
+    // Its lowest byte is zero, so that no string can contain it.
+    return (now ^ ticks << 24U ^ identifiers ^ count ^ address << 8U) & ~std::uintptr_t{0xFF};
+}
+
+[[gnu::constructor(101), gnu::no_stack_protector]] void start_up() {
     Dll::confine_search();
-    std::uintptr_t guard = 0;
-    if (RtlGenRandom(&guard, sizeof guard) == FALSE) {
-        // Still as hard to guess as the image's place in memory.
-        guard = reinterpret_cast<std::uintptr_t>(&__stack_chk_guard) ^ GetTickCount();
-    }
-    // Its lowest byte is zero, so that no string can bring it along.
-    __stack_chk_guard = guard & ~std::uintptr_t{0xFF};
+    __stack_chk_guard = make_guard();
 }
 
 } // namespace
