@@ -6,6 +6,8 @@ import json
 import os
 import pathlib
 import runpy
+import shutil
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -23,15 +25,32 @@ class Packages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
-        cls.write_packages = staticmethod(runpy.run_path(str(ROOT / "scripts" / "package"))["package"])
+        script = runpy.run_path(str(ROOT / "scripts" / "package"))
+        cls.write_packages, cls.write_msi = staticmethod(script["package"]), staticmethod(script["write_msi"])
+        cls.executable = BINARIES / "corvelctl_test.exe"
         cls.release = cls.package("release")
         cls.version = json.loads((cls.release / "release.json").read_text())["version"]
         cls.name = f"corvelctl-{cls.version}-x64"
 
     @classmethod
-    def package(cls, folder, version=None):
-        cls.write_packages(BUILD, cls.folder / folder, BINARIES / "corvelctl_test.exe", version)
+    def package(cls, folder, executable=None, version=None):
+        cls.write_packages(BUILD, cls.folder / folder, executable or cls.executable, version)
         return cls.folder / folder
+
+    @classmethod
+    def older_executable(cls):
+        """The executable with the version 0.9.0.0 in its resource."""
+        image = bytearray(cls.executable.read_bytes())
+        struct.pack_into("<II", image, image.index(struct.pack("<I", 0xFEEF04BD)) + 8, 9, 0)
+        path = cls.folder / "older.exe"
+        path.write_bytes(image)
+        return path
+
+    def table(self, msi, name):
+        """A table of an MSI: the columns of each row, by the row's first one."""
+        rows = subprocess.run(["msiinfo", "export", msi, name], check=True, capture_output=True,
+                              encoding="ascii").stdout.splitlines()
+        return {row.split("\t")[0]: dict(zip(rows[0].split("\t"), row.split("\t"))) for row in rows[3:]}
 
     def msiexec(self, option, msi):
         return in_wine("msiexec", option, msi, "/qn", cwd=msi.parent).returncode
@@ -47,8 +66,13 @@ class Packages(unittest.TestCase):
         done = in_wine("corvelctl.exe", cwd=self.folder)
         self.assertEqual(done.stdout.startswith("Usage: corvelctl set"), bool(versions), done)
 
-    def test_made_again_they_are_the_same(self):
+    def test_made_again_they_are_the_same_and_a_signature_of_others_is_gone(self):
+        (self.folder / "again").mkdir()
+        for name in "release.p7s", "corvelctl-0.8.0-x64.zip":
+            (self.folder / "again" / name).touch()
         again = self.package("again")
+        (again / "corvelctl-0.8.0-x64.zip").unlink()
+        self.assertFalse((again / "release.p7s").exists())
         names = sorted(path.name for path in self.release.iterdir())
         self.assertEqual(names, ["SHA256SUMS", f"{self.name}-symbols.zip", f"{self.name}.msi",
                                  f"{self.name}.spdx.json", f"{self.name}.zip", "release.json"])
@@ -69,14 +93,40 @@ class Packages(unittest.TestCase):
         self.assertEqual(files, {path.relative_to(ROOT).as_posix(): path.read_bytes() for path in documents})
         self.assertIn(f"\n## {self.version}\n", files["CHANGELOG.md"].decode())
 
+    def test_tell_windows_installer_which_executable_is_newer(self):
+        older = self.package("older", self.older_executable(), "0.9.0") / "corvelctl-0.9.0-x64.msi"
+        for msi, version in (older, "0.9.0.0"), (self.release / f"{self.name}.msi", f"{self.version}.0"):
+            files, hashes = self.table(msi, "File"), self.table(msi, "MsiFileHash")
+            self.assertEqual({name: (file["Version"], file["Language"]) for name, file in files.items()},
+                             {**dict.fromkeys(hashes, ("", "")), "corvelctl_exe": (version, "1033")})
+            for file in files.values():
+                self.assertRegex(file["FileName"], r"^\w{8}\.[A-Z]{2,3}\|[\w.-]+$")
+            sequence = self.table(msi, "InstallExecuteSequence")
+            order = [int(sequence[action]["Sequence"]) for action in (
+                "InstallInitialize", "RemoveExistingProducts", "RemoveEnvironmentStrings", "RemoveFiles",
+                "InstallFiles", "WriteEnvironmentStrings", "InstallFinalize")]
+            self.assertEqual(order, sorted(order))
+
+    def test_with_another_page_have_another_package_code(self):
+        codes = set()
+        for page in "one page", "another", "another":
+            folder = self.folder / f"pages-{page}"
+            folder.mkdir(exist_ok=True)
+            shutil.copy(self.executable, folder / "corvelctl.exe")
+            (folder / "page.md").write_text(page)
+            self.write_msi(self.folder / "page.msi", folder, self.version, 1700000000)
+            codes.add(self.table(self.folder / "page.msi", "_SummaryInformation")["9"]["Value"])
+        self.assertEqual(len(codes), 2, codes)
+
     def test_install_upgrade_and_go_without_a_trace(self):
-        older = self.package("older", "0.9.0") / "corvelctl-0.9.0-x64.msi"
+        older = self.package("older", self.older_executable(), "0.9.0") / "corvelctl-0.9.0-x64.msi"
         newer = self.release / f"{self.name}.msi"
         self.expect_installed()
         self.assertEqual(self.msiexec("/i", older), 0)
         self.expect_installed("0.9.0")
         self.assertEqual(self.msiexec("/i", newer), 0)
         self.expect_installed(self.version)
+        self.assertEqual((INSTALLED / "corvelctl.exe").read_bytes(), self.executable.read_bytes())
         self.assertNotEqual(self.msiexec("/i", older), 0)
         self.expect_installed(self.version)
         self.expect_to_be_genuine()
