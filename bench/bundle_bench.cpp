@@ -11,13 +11,13 @@
 #include "logzipper_win32/update_logs.h"
 #include "support/event_record.h"
 #include "support/recorded_log.h"
-#include "supportbundle/zip/zip.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/com.h"
 #include "system_win32/internal/licenses.h"
 #include "system_win32/internal/network.h"
 #include "system_win32/internal/os_name.h"
 #include "system_win32/internal/product_type.h"
+#include "zip/zip.h"
 
 #include <chrono>
 #include <cstdio>
@@ -88,7 +88,7 @@ void stream(std::size_t wanted, const wchar_t* archive) {
         *count = static_cast<DWORD>(batch.size());
         return TRUE;
     });
-    Zip::write_zip(archive, {[](void* writer) { return LogZipper::zip_add_corvel_syslog(writer, {"log", 0}); }});
+    Zip::write_zip(archive, {[](Zip::Writer& writer) { return LogZipper::zip_add_corvel_syslog(writer, {"log", 0}); }});
 }
 
 template <typename Function>
@@ -123,7 +123,7 @@ int wmain(int count, wchar_t** arguments) {
     } else if (mode == L"zip") {
         print_time("zip", [&] {
             Zip::write_zip(arguments[3],
-                           {[&](void* writer) { return Zip::zip_add_file(writer, arguments[2], "log"); }});
+                           {[&](Zip::Writer& writer) { return Zip::zip_add_file(writer, arguments[2], "log"); }});
         });
     } else {
         parts();

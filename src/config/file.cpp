@@ -4,130 +4,91 @@
 #include "winconv/convert.h"
 #include "winconv/error_text.h"
 
-#include <fcntl.h>
-#include <io.h>
-#include <share.h>
-#include <sys/stat.h>
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cstddef>
-#include <cstdint>
 
 namespace Config {
 
 namespace {
 
 constexpr std::size_t chunk_size = 4096;
-constexpr std::int64_t least_reservation = 16;
+constexpr LONGLONG least_reservation = 16;
 constexpr int any_write_bit = 0222;
 
-std::error_code posix_error() {
-    return {errno, std::generic_category()};
+// A Windows error as the POSIX error that corresponds to it; as it is if none does.
+std::error_code posix_error(const std::error_code& error) {
+    const std::error_condition condition = error.default_error_condition();
+    return condition.category() == std::generic_category() ? std::error_code(condition.value(), condition.category())
+                                                           : error;
 }
 
-// One file of the C library.
-class File {
-public:
-    File(const std::filesystem::path& path, int flags, int mode = 0) {
-        errno = _wsopen_s(&descriptor_, path.c_str(), flags | _O_BINARY | _O_NOINHERIT, _SH_DENYNO, mode);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File() {
-        close();
-    }
-
-    explicit operator bool() const {
-        return descriptor_ >= 0;
-    }
-    int descriptor() const {
-        return descriptor_;
-    }
-
-    // Returns what closing said, once.
-    std::error_code close() {
-        if (descriptor_ < 0) {
-            return {};
-        }
-        const int result = _close(descriptor_);
-        descriptor_ = -1;
-        return result == 0 ? std::error_code() : posix_error();
-    }
-
-private:
-    int descriptor_ = -1;
-};
-
-bool is_worth_retrying(int error) {
-    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+bool is_worth_retrying(const std::error_code& error) {
+    return error == std::errc::resource_unavailable_try_again || error == std::errc::operation_would_block ||
+           error == std::errc::interrupted;
 }
 
-std::error_code write_all(const File& file, std::string_view bytes) {
+std::error_code write_all(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
-        const auto length = static_cast<unsigned>(std::min<std::size_t>(bytes.size(), INT_MAX));
-        const int written = _write(file.descriptor(), bytes.data(), length);
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (!is_worth_retrying(errno)) {
-            return posix_error();
+        const auto length = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), INT_MAX));
+        DWORD written = 0;
+        if (WriteFile(file, bytes.data(), length, &written, nullptr) != 0) {
+            bytes.remove_prefix(written);
+        } else if (const std::error_code error = posix_error(WinConv::last_error()); !is_worth_retrying(error)) {
+            return error;
         }
     }
     return {};
 }
 
 std::error_code write_file(const std::filesystem::path& path, std::string_view bytes, int permissions) {
-    const int mode = (permissions & any_write_bit) != 0 ? _S_IREAD | _S_IWRITE : _S_IREAD;
-    // A file that somebody left or put there would keep its owner, its rights and its other links.
-    DeleteFileW(path.c_str());
-    File file(path, _O_WRONLY | _O_CREAT | _O_EXCL, mode);
+    const DWORD attributes = (permissions & any_write_bit) != 0 ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
+    std::error_code error;
+    System::FileHandle file = System::create_file_anew(path, FILE_SHARE_READ | FILE_SHARE_WRITE, attributes, error);
     if (!file) {
-        return posix_error();
+        return posix_error(error);
     }
-    std::error_code error = write_all(file, bytes);
-    if (!error && _commit(file.descriptor()) != 0) {
-        error = posix_error();
+    error = write_all(file.get(), bytes);
+    if (!error && FlushFileBuffers(file.get()) == 0) {
+        error = WinConv::last_error();
     }
-    // Closed before it is deleted or moved: this system does neither to an open file.
-    const std::error_code close_error = file.close();
-    if (!error) {
-        error = close_error;
-    }
+    // Closed before it is deleted or moved: the system does neither to an open file.
+    file.reset();
     if (error) {
-        DeleteFileW(path.c_str());
+        System::delete_file(path);
     }
     return error;
 }
 
-[[noreturn]] void throw_read_error(const std::filesystem::path& path) {
-    const std::error_code error = posix_error();
-    throw std::system_error(error, "read: " + WinConv::native_to_utf8(path.native()));
+[[noreturn]] void throw_read_error(const std::filesystem::path& path, const std::error_code& error) {
+    throw std::system_error(posix_error(error), "read: " + WinConv::native_to_utf8(path.native()));
 }
 
 } // namespace
 
 std::string read(const std::filesystem::path& path) {
-    const File file(System::extended_path(path), _O_RDONLY);
+    std::error_code error;
+    const System::FileHandle file = System::open_file_to_read(path, error);
     if (!file) {
-        throw_read_error(path);
+        throw_read_error(path, error);
     }
     std::string content;
-    if (const std::int64_t size = _filelengthi64(file.descriptor()); size >= least_reservation) {
-        content.reserve(static_cast<std::size_t>(size));
+    if (LARGE_INTEGER size{}; GetFileSizeEx(file.get(), &size) != 0 && size.QuadPart >= least_reservation) {
+        content.reserve(static_cast<std::size_t>(size.QuadPart));
     }
     std::array<char, chunk_size> chunk{};
     for (;;) {
-        const int count = _read(file.descriptor(), chunk.data(), static_cast<unsigned>(chunk.size()));
-        if (count < 0) {
-            throw_read_error(path);
+        DWORD count = 0;
+        if (ReadFile(file.get(), chunk.data(), static_cast<DWORD>(chunk.size()), &count, nullptr) == 0) {
+            throw_read_error(path, WinConv::last_error());
         }
         if (count == 0) {
             return content;
         }
-        content.append(chunk.data(), static_cast<std::size_t>(count));
+        content.append(chunk.data(), count);
     }
 }
 
@@ -139,7 +100,7 @@ std::error_code write_atomically(const std::filesystem::path& path, std::string_
     }
     if (MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) == 0) {
         const std::error_code error = WinConv::last_error();
-        DeleteFileW(temporary.c_str());
+        System::delete_file(temporary);
         return error;
     }
     return {};

@@ -62,11 +62,16 @@ Record& current() {
     return record;
 }
 
+bool is_json(std::string_view text) {
+    return text.find('\0') == std::string_view::npos && nlohmann::json::accept(text);
+}
+
 nlohmann::json parse_json(std::string_view text) {
     if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
         throw nlohmann::json::parse_error::create(101, nul + 1, "NUL byte in JSON text", nullptr);
     }
-    return nlohmann::json::parse(text);
+    // What is nested in a key's value is of no use, and a text of brackets alone would take a hundred times its size.
+    return nlohmann::json::parse(text, [](int depth, auto, const auto&) { return depth < 2; });
 }
 
 void from_json(const nlohmann::json& json, Record& record) {

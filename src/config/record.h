@@ -47,8 +47,11 @@ void for_each_key(const Visitor& visit) {
 /// The process's one configuration record: defaults until config_load(). Main thread only.
 Record& current();
 
-/// Parses JSON text; comments are not allowed. Throws nlohmann::json::parse_error, also at a NUL byte, which the
-/// library by itself takes for the end of the text.
+/// Tells whether parse_json() would take the text, in memory that hardly grows with it.
+bool is_json(std::string_view text);
+
+/// Parses JSON text as deep as a key's value; what is nested in that is left out. Comments are not allowed. Throws
+/// nlohmann::json::parse_error, also at a NUL byte, which the library by itself takes for the end of the text.
 nlohmann::json parse_json(std::string_view text);
 
 /// Stores the keys that the JSON value holds; the others stay as they are, and a value that is no object holds none.

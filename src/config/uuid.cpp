@@ -23,8 +23,12 @@ using RpcString = WinConv::Owned<RPC_WSTR, free_rpc_string>;
 } // namespace
 
 Uuid Uuid::parse(std::string_view text) {
-    std::wstring native = WinConv::utf8_to_native(text);
     Uuid uuid;
+    // The conversion would end at a NUL and take what is before it for the whole.
+    if (text.find('\0') != std::string_view::npos) {
+        return uuid;
+    }
+    std::wstring native = WinConv::utf8_to_native(text);
     if (UuidFromStringW(reinterpret_cast<RPC_WSTR>(native.data()), &uuid.value_) != RPC_S_OK) {
         UuidCreateNil(&uuid.value_);
     }

@@ -7,10 +7,6 @@
 #include "winconv/result.h"
 
 #include <fmt/format.h>
-#include <mz.h>
-#include <mz_strm.h>
-#include <mz_zip.h>
-#include <mz_zip_rw.h>
 
 #include <windows.h>
 
@@ -19,6 +15,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace LogZipper {
@@ -57,10 +54,19 @@ Result<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
     }
 }
 
-// Copies the log into the open member, a batch at a time through `text`. Returns how many bytes it took; nothing if
+bool write_buff_to_zip(Zip::OpenMember& member, std::string_view bytes) {
+    const std::int32_t result = member.write(bytes);
+    if (result != Zip::ok) {
+        LOG_ERROR(Logger::main, "mz error {} writing to zip entry for syslog", Zip::mz_error_name(result));
+    }
+    return result == Zip::ok;
+}
+
+// Copies the log into the member, a batch at a time. Returns how many bytes it took; nothing, after logging why, if
 // reading or writing fails.
-std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer, std::string& text) {
+std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, Zip::OpenMember& member) {
     std::vector<std::byte> buffer(initial_buffer_size);
+    std::string text;
     text.reserve(initial_buffer_size);
     std::uint64_t total = 0;
     for (;;) {
@@ -75,53 +81,37 @@ std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, void* writer, std::st
         if (const auto damaged = render_event_records(std::span(buffer).first(count.value()), text); damaged != 0) {
             LOG_ERROR(Logger::main, "skipped {} damaged records of eventlog", damaged);
         }
-        const std::int32_t written = write_buff_to_zip(writer, text.data(), static_cast<std::int32_t>(text.size()));
-        if (written < 0) {
+        if (!write_buff_to_zip(member, text)) {
             return std::nullopt;
         }
-        total += static_cast<std::uint64_t>(written);
+        total += text.size();
         text.clear();
     }
 }
 
 } // namespace
 
-bool zip_add_corvel_syslog(void* writer, const Zip::Member& member) {
+bool zip_add_corvel_syslog(Zip::Writer& writer, const Zip::Member& member) {
     const EventLogHandle log(OpenEventLogW(nullptr, L"corvel"));
     if (!log) {
         LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::format_error_code(GetLastError()));
         return false;
     }
-    // It outlives the entry: after a failed write, closing the entry makes the compressor go on reading what it was
-    // last given.
-    std::string text;
-    const Zip::OpenMember entry(writer, member);
+    Zip::OpenMember entry(writer, member);
     if (entry.result() != Zip::ok) {
         LOG_ERROR(Logger::main, "mz error {} opening zip entry for syslog", Zip::mz_error_name(entry.result()));
         return false;
     }
-    const auto total = read_logs_to_buff(log.get(), writer, text);
+    const auto total = read_logs_to_buff(log.get(), entry);
     if (!total) {
+        return false;
+    }
+    if (const std::int32_t closed = entry.close(); closed != Zip::ok) {
+        LOG_ERROR(Logger::main, "mz error {} closing zip entry for syslog", Zip::mz_error_name(closed));
         return false;
     }
     LOG_DEBUG(Logger::main, "success writing {} bytes from syslog to zip", *total);
     return true;
-}
-
-std::int32_t write_buff_to_zip(void* writer, const char* bytes, std::int32_t length) {
-    if (length == 0) {
-        return 0;
-    }
-    void* zip = nullptr;
-    std::int32_t result = MZ_PARAM_ERROR;
-    if (writer != nullptr && mz_zip_writer_get_zip_handle(writer, &zip) == MZ_OK && zip != nullptr) {
-        result =
-            mz_zip_entry_is_open(zip) == MZ_OK ? mz_zip_writer_entry_write(writer, bytes, length) : MZ_STREAM_ERROR;
-    }
-    if (result < 0) {
-        LOG_ERROR(Logger::main, "mz error {} writing to zip entry for syslog", Zip::mz_error_name(result));
-    }
-    return result;
 }
 
 } // namespace LogZipper

@@ -13,8 +13,8 @@ namespace {
 
 using ProcessHandle = WinConv::Owned<HANDLE, CloseHandle>;
 
-// Starts PowerShell by its bare name and returns its process; null, with the last error set, if it cannot be started.
-ProcessHandle start_power_shell(const std::filesystem::path& log) {
+// Starts PowerShell by its bare name and returns its process; null, and why, if it cannot be started.
+ProcessHandle start_power_shell(const std::filesystem::path& log, DWORD& error) {
     // Whoever can write to the current folder must not choose what an elevated process starts.
     SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
     std::wstring command = L"powershell.exe Get-WindowsUpdateLog -LogPath \"" + log.native() + L"\"";
@@ -23,6 +23,7 @@ ProcessHandle start_power_shell(const std::filesystem::path& log) {
     PROCESS_INFORMATION process{};
     if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup,
                        &process) == 0) {
+        error = GetLastError();
         return nullptr;
     }
     const ProcessHandle thread(process.hThread);
@@ -32,11 +33,11 @@ ProcessHandle start_power_shell(const std::filesystem::path& log) {
 } // namespace
 
 std::map<std::string, std::filesystem::path> zip_generate_os_update_logs() {
-    const auto update_log = std::filesystem::temp_directory_path() / L"WindowsUpdate.log";
-    const ProcessHandle process = start_power_shell(update_log);
+    const auto update_log = System::get_user_temp_directory() / L"WindowsUpdate.log";
+    DWORD error = ERROR_SUCCESS;
+    const ProcessHandle process = start_power_shell(update_log, error);
     if (!process) {
-        LOG_DEBUG(Logger::main, "failed to start powershell process error:{}",
-                  WinConv::format_error_code(GetLastError()));
+        LOG_DEBUG(Logger::main, "failed to start powershell process error:{}", WinConv::format_error_code(error));
         return {};
     }
     if (WaitForSingleObject(process.get(), INFINITE) != WAIT_OBJECT_0) {

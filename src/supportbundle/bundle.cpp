@@ -5,12 +5,12 @@
 #include "logzipper_win32/event_log.h"
 #include "logzipper_win32/update_logs.h"
 #include "supportbundle/metadata.h"
-#include "supportbundle/zip/zip.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/file_system.h"
 #include "system_win32/paths.h"
 #include "winconv/convert.h"
 #include "winconv/error_text.h"
+#include "zip/zip.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -29,7 +29,7 @@ namespace {
 // File paths by member name.
 using MemberFiles = std::map<std::string, std::filesystem::path>;
 
-bool zip_add_service_status(void* writer, const Zip::Member& member) {
+bool zip_add_service_status(Zip::Writer& writer, const Zip::Member& member) {
     const auto status = Service::query_corvel_service_status();
     if (!status.has_value()) {
         LOG_ERROR(Logger::main, "{}", status.error().text);
@@ -45,7 +45,7 @@ bool zip_add_service_status(void* writer, const Zip::Member& member) {
 }
 
 Zip::MemberProducer file_producer(const std::filesystem::path& file, std::optional<std::string> member_name) {
-    return [file, member_name = std::move(member_name)](void* writer) {
+    return [file, member_name = std::move(member_name)](Zip::Writer& writer) {
         return Zip::zip_add_file(writer, file, member_name);
     };
 }
@@ -62,7 +62,8 @@ void find_error_logs(const std::filesystem::path& folder, const wchar_t* except,
         throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", folder, error);
     }
     for (const auto& entry : entries) {
-        if (is_error_log(entry.path(), except) && !entry.is_directory()) {
+        // A log that is just being deleted does not tell whether it is a folder; it is tried like the others.
+        if (is_error_log(entry.path(), except) && !entry.is_directory(error)) {
             logs.emplace(WinConv::native_to_utf8(entry.path().filename().native()), entry.path());
         }
     }
@@ -91,7 +92,7 @@ void zip_package_error_logs(const std::filesystem::path& program_data, std::vect
 // The members that every bundle has.
 std::vector<Zip::MemberProducer> fixed_producers(const std::filesystem::path& config_file, std::time_t now) {
     const auto in_memory = [now](auto* produce, const char* name) -> Zip::MemberProducer {
-        return [produce, member = Zip::Member{name, now}](void* writer) { return produce(writer, member); };
+        return [produce, member = Zip::Member{name, now}](Zip::Writer& writer) { return produce(writer, member); };
     };
     return {
         in_memory(LogZipper::zip_add_corvel_syslog, "corvel_syslog.txt"),

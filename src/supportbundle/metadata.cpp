@@ -72,15 +72,6 @@ std::optional<std::string> describe_machine(Metadata& metadata) {
     return failure;
 }
 
-bool is_json(const std::string& text) {
-    try {
-        Config::parse_json(text);
-        return true;
-    } catch (const nlohmann::json::parse_error&) {
-        return false;
-    }
-}
-
 // Returns why not everything could be found out, if so; each finding stands even if the next one fails.
 std::optional<std::string> describe_configuration_file(Metadata& metadata) {
     try {
@@ -91,7 +82,7 @@ std::optional<std::string> describe_configuration_file(Metadata& metadata) {
         if (metadata.cfgfile_exists) {
             metadata.cfgfile_contents = Config::read(path);
             metadata.cfgfile_readable = true;
-            metadata.cfgfile_json_malformed = !is_json(metadata.cfgfile_contents);
+            metadata.cfgfile_json_malformed = !Config::is_json(metadata.cfgfile_contents);
         }
     } catch (const WinConv::CorvelFatalException& fatal) {
         return fatal.text();
@@ -129,7 +120,7 @@ std::string metadata_document(const Metadata& metadata) {
     return document.dump();
 }
 
-bool zip_add_agent_metadata(void* writer, const Zip::Member& member) {
+bool zip_add_agent_metadata(Zip::Writer& writer, const Zip::Member& member) {
     Metadata metadata;
     if (const auto failure = describe_machine(metadata)) {
         LOG_ERROR(Logger::main, "{}", *failure);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "supportbundle/zip/zip.h"
 #include "system_win32/system_info.h"
+#include "zip/zip.h"
 
 #include <cstdint>
 #include <string>
@@ -36,6 +36,6 @@ std::string metadata_document(const Metadata& metadata);
 
 /// Finds out about the configuration file and the machine and adds the document as a member of the archive. Returns
 /// false, after logging why, if it cannot be written. What cannot be found out has its default.
-bool zip_add_agent_metadata(void* writer, const Zip::Member& member);
+bool zip_add_agent_metadata(Zip::Writer& writer, const Zip::Member& member);
 
 } // namespace SupportBundle

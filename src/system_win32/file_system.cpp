@@ -14,17 +14,16 @@ namespace System {
 
 namespace {
 
-bool means_not_found(DWORD error) {
-    switch (error) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_BAD_NETPATH:
-    case ERROR_INVALID_NAME:
-    case ERROR_DIRECTORY:
-        return true;
-    default:
-        return false;
+FileHandle open_file(const std::filesystem::path& path, DWORD access, DWORD sharing, DWORD disposition, DWORD flags,
+                     std::error_code& error) {
+    const std::filesystem::path extended = extended_path(path);
+    HANDLE file = CreateFileW(extended.c_str(), access, sharing, nullptr, disposition, flags, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        error = WinConv::last_error();
+        return nullptr;
     }
+    error.clear();
+    return FileHandle(file);
 }
 
 using SecurityDescriptor = WinConv::Owned<PSECURITY_DESCRIPTOR, LocalFree>;
@@ -40,12 +39,51 @@ bool is_folder(const std::filesystem::path& path) {
 
 } // namespace
 
+FileHandle open_file_to_read(const std::filesystem::path& path, std::error_code& error) {
+    constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    constexpr DWORD flags = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+    return open_file(path, GENERIC_READ, sharing, OPEN_EXISTING, flags, error);
+}
+
+FileHandle create_file_anew(const std::filesystem::path& path, DWORD sharing, DWORD attributes,
+                            std::error_code& error) {
+    delete_file(path);
+    // A link that somebody puts there in the meantime is not followed.
+    return open_file(path, GENERIC_WRITE, sharing, CREATE_NEW, attributes | FILE_FLAG_OPEN_REPARSE_POINT, error);
+}
+
+void delete_file(const std::filesystem::path& path) {
+    const std::filesystem::path extended = extended_path(path);
+    if (DeleteFileW(extended.c_str()) != 0) {
+        return;
+    }
+    const DWORD attributes = GetFileAttributesW(extended.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        SetFileAttributesW(extended.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+        DeleteFileW(extended.c_str());
+    }
+}
+
+bool means_not_found(const std::error_code& error) {
+    switch (error.value()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_BAD_NETPATH:
+    case ERROR_INVALID_NAME:
+    case ERROR_DIRECTORY:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool path_exists(const std::filesystem::path& path) {
-    if (GetFileAttributesW(extended_path(path).c_str()) != INVALID_FILE_ATTRIBUTES) {
+    const std::filesystem::path extended = extended_path(path);
+    if (GetFileAttributesW(extended.c_str()) != INVALID_FILE_ATTRIBUTES) {
         return true;
     }
     const std::error_code error = WinConv::last_error();
-    if (means_not_found(static_cast<DWORD>(error.value()))) {
+    if (means_not_found(error)) {
         return false;
     }
     throw std::filesystem::filesystem_error("exists", path, error);

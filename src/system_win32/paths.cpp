@@ -61,4 +61,21 @@ std::filesystem::path get_temp_directory(bool create) {
     return folder;
 }
 
+std::filesystem::path get_user_temp_directory() {
+    constexpr auto operation = "temp_directory_path";
+    std::array<wchar_t, MAX_PATH + 2> buffer{};
+    if (GetTempPathW(static_cast<DWORD>(buffer.size()), buffer.data()) == 0) {
+        throw std::filesystem::filesystem_error(operation, WinConv::last_error());
+    }
+    std::filesystem::path folder = buffer.data();
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        throw std::filesystem::filesystem_error(operation, folder, WinConv::last_error());
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        throw std::filesystem::filesystem_error(operation, folder, WinConv::windows_error(ERROR_DIRECTORY));
+    }
+    return folder;
+}
+
 } // namespace System

@@ -16,4 +16,8 @@ std::filesystem::path get_windows_directory();
 /// name the Windows directory, std::filesystem::filesystem_error for the operation "exists" or "create_directory".
 std::filesystem::path get_temp_directory(bool create);
 
+/// Returns the folder for temporary files of the process, which TMP and TEMP name. Throws
+/// std::filesystem::filesystem_error for the operation "temp_directory_path" with the path, if it is no folder.
+std::filesystem::path get_user_temp_directory();
+
 } // namespace System

@@ -24,12 +24,13 @@ void cut_at_nul(std::basic_string<Char>& text, int converted) {
     text.erase(std::find(text.begin(), text.end(), Char{}), text.end());
 }
 
-// Converts text that is not empty; nothing, with the last error set, if the system refuses.
-std::optional<std::wstring> widen(UINT code_page, std::string_view text) {
+// Converts text that is not empty; returns nothing, and why, if the system refuses.
+std::optional<std::wstring> widen(UINT code_page, std::string_view text, DWORD& error) {
     const int length = api_length(text.size());
     std::wstring native(text.size() + 1, L'\0');
     const int converted = MultiByteToWideChar(code_page, 0, text.data(), length, native.data(), length);
     if (converted == 0) {
+        error = GetLastError();
         return std::nullopt;
     }
     cut_at_nul(native, converted);
@@ -42,16 +43,18 @@ std::wstring utf8_to_native(std::string_view text) {
     if (text.empty()) {
         return {};
     }
-    const auto native = widen(CP_UTF8, text);
+    DWORD error = ERROR_SUCCESS;
+    const auto native = widen(CP_UTF8, text, error);
     if (!native) {
         LOG_CRITICAL(Logger::main, "Multi-byte to UCS-2 conversion failed for string \"{}\" (error code: {})", text,
-                     GetLastError());
+                     error);
     }
     return native.value_or(std::wstring());
 }
 
 std::wstring ansi_to_native(std::string_view text) {
-    return text.empty() ? std::wstring() : widen(CP_ACP, text).value_or(std::wstring());
+    DWORD ignored = ERROR_SUCCESS;
+    return text.empty() ? std::wstring() : widen(CP_ACP, text, ignored).value_or(std::wstring());
 }
 
 std::string native_to_utf8(std::wstring_view text) {

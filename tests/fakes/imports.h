@@ -32,14 +32,13 @@
     X(ControlService) X(ConvertStringSecurityDescriptorToSecurityDescriptorW) X(CreateDirectoryW) \
     X(CreateFileW, INVALID_HANDLE_VALUE) X(CreateProcessW) X(CryptGetMessageSignerCount, -1) \
     X(CryptVerifyDetachedMessageSignature, FALSE, 0x80090006) X(DeleteFileW) X(GetAddrInfoW, WSAHOST_NOT_FOUND) \
-    X(GetEnvironmentVariableW) X(GetFileAttributesW, INVALID_FILE_ATTRIBUTES) X(GetFileInformationByHandle) \
-    X(GetFullPathNameW) X(GetModuleHandleExW) X(GetProcAddress) X(GetTempPathW) \
+    X(FlushFileBuffers, FALSE, ERROR_DISK_FULL) X(GetEnvironmentVariableW) X(GetFileAttributesW, INVALID_FILE_ATTRIBUTES) \
+    X(GetFileInformationByHandle) X(GetFileSizeEx) X(GetFullPathNameW) X(GetModuleHandleExW) X(GetProcAddress) X(GetTempPathW) \
     X(GetWindowsDirectoryW) X(MoveFileExW) X(MultiByteToWideChar) X(OpenEventLogW) X(OpenSCManagerW) X(OpenServiceW) \
     X(QueryServiceStatus) X(ReadEventLogW) X(ReadFile, FALSE, ERROR_READ_FAULT) X(RegGetValueW, ERROR_ACCESS_DENIED) \
     X(StartServiceW) X(SysAllocString) X(UuidFromStringW, RPC_S_INVALID_STRING_UUID) \
     X(UuidToStringW, RPC_S_OUT_OF_MEMORY) X(WSAStartup, WSASYSNOTREADY) X(WideCharToMultiByte) \
-    X(WriteFile, FALSE, ERROR_DISK_FULL) X(_close, -1, ERROR_INVALID_HANDLE) X(_commit, -1) X(_filelengthi64, -1) \
-    X(_read, -1) X(_write, -1) X(_wsopen_s, EACCES) X(gethostname, -1)
+    X(WriteFile, FALSE, ERROR_DISK_FULL) X(_write, -1) X(gethostname, -1)
 // clang-format on
 
 CORVEL_OTHER_IMPORTS(CORVEL_DECLARE_FAKE)

@@ -6,7 +6,10 @@
 TEST(Record, keeps_what_is_not_read) {
     Config::Record record;
     const std::string defaults = Config::serialise(record);
-    Config::from_json(nlohmann::json::parse(R"({"other": 1, "tenant_id": "no UUID"})"), record);
+    Config::from_json(
+        nlohmann::json::parse(
+            R"({"other": 1, "tenant_id": "no UUID", "host_id": "6f9619ff-8b86-d011-b42d-00c04fc964ff\u0000x"})"),
+        record);
     Config::from_json(nlohmann::json::array(), record);
     EXPECT_EQ(Config::serialise(record), defaults);
     record.self_update_profile = static_cast<Config::SelfUpdateProfile>(3);

@@ -339,8 +339,8 @@ protected:
               Fakes::CertOpenStore, Fakes::CertOpenSystemStoreW);
         count(2, is_true, Fakes::CreateProcessW);
         count(-1, is_true, Fakes::CloseHandle, Fakes::CloseEventLog, Fakes::CloseServiceHandle, Fakes::CertCloseStore);
-        count(1, is_zero, Fakes::_wsopen_s, Fakes::WSAStartup);
-        count(-1, is_zero, Fakes::_close, Fakes::WSACleanup);
+        count(1, is_zero, Fakes::WSAStartup);
+        count(-1, is_zero, Fakes::WSACleanup);
     }
 
     void configure(const std::string& content) {

@@ -19,6 +19,7 @@ TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
     put_file(target, "old");
     put_file(planted, "another link to what was left there, longer than what is written");
     ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
+    SetFileAttributesW(planted.c_str(), FILE_ATTRIBUTE_READONLY);
     EXPECT_FALSE(Config::write_atomically(target, content, 0644));
     EXPECT_EQ(get_file(target), content);
     EXPECT_THAT(get_file(planted), testing::StartsWith("another"));
@@ -31,14 +32,12 @@ TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
 
 TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
     const TemporaryFolder folder;
-    std::vector<int> transient = {EINTR, EAGAIN, EWOULDBLOCK};
-    const Fakes::Replacement write(Fakes::_write, [&](int file, const void* bytes, unsigned length) {
-        if (!transient.empty()) {
-            errno = transient.back();
-            transient.pop_back();
-            return -1;
-        }
-        return (*Fakes::_write.original)(file, bytes, std::min(length, 2U));
+    int interruptions = 3;
+    const Fakes::Replacement write(Fakes::WriteFile, [&](HANDLE file, LPCVOID bytes, DWORD length, DWORD* written,
+                                                         OVERLAPPED* place) {
+        SetLastError(ERROR_NO_PROC_SLOTS); // "try again" in the terms of POSIX
+        return interruptions-- > 0 ? FALSE
+                                   : (*Fakes::WriteFile.original)(file, bytes, std::min(length, 2UL), written, place);
     });
     EXPECT_FALSE(Config::write_atomically(target, content, 0444));
     EXPECT_EQ(get_file(target), content);
@@ -48,9 +47,10 @@ TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_th
 
 TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
     const std::wstring path = L"C:\\" + std::wstring(300, L'x');
-    const Fakes::Replacement open(Fakes::_wsopen_s, [&](auto, const wchar_t* opened, auto...) {
+    const Fakes::Replacement open(Fakes::CreateFileW, [&](LPCWSTR opened, auto...) {
         EXPECT_EQ(opened, L"\\\\?\\" + path);
-        return ENOENT;
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        return INVALID_HANDLE_VALUE;
     });
     EXPECT_THAT([&] { Config::read(path); },
                 testing::ThrowsMessage<std::system_error>(testing::StartsWith("read: C:\\xxx")));

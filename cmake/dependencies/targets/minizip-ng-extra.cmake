@@ -1,8 +1,8 @@
-# minizip-ng's writer with deflate and nothing else. Its questions to the system are left to whoever links it: its own
-# back end takes a failed read for the end of the file and lets nobody delete a file meanwhile.
-set(files crypt os strm strm_buf strm_mem strm_split strm_zlib zip zip_rw)
+# What writes archives with deflate, and nothing else. Files are opened, read and written by src/zip: with the library's
+# own code for Windows, a failed read counts as the end of the file, and nobody can delete a file meanwhile.
+set(files crypt strm strm_mem strm_zlib zip)
 list(TRANSFORM files REPLACE "(.+)" "${minizip-ng_SOURCE_DIR}/mz_\\1.c")
-add_library(minizip-ng STATIC ${files})
+add_library(minizip-ng STATIC ${files} ${PROJECT_SOURCE_DIR}/cmake/dependencies/minizip_os.c)
 add_library(MINIZIP::minizip-ng ALIAS minizip-ng)
 target_include_directories(minizip-ng SYSTEM PUBLIC ${minizip-ng_SOURCE_DIR})
 target_compile_definitions(minizip-ng PRIVATE

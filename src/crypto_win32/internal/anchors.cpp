@@ -55,7 +55,9 @@ void add_to_collection(const Anchors& anchors, const CertStore& store, DWORD pri
 
 ChainEngine create_chain_engine(const CertStore& exclusive_root) {
     CERT_CHAIN_ENGINE_CONFIG config{};
-    // As large as the lowest Windows knows it: a field that a later one added would make it refuse the whole.
+    // Windows refuses a structure with fields that it does not know. Those of Windows 7 end here; what later headers
+    // add depends on the version that the build asks for.
+    static_assert(sizeof config == 80);
     config.cbSize = sizeof config;
     config.hExclusiveRoot = exclusive_root.get();
     HCERTCHAINENGINE engine = nullptr;

@@ -1,6 +1,4 @@
-#include "supportbundle/zip/internal/file_source.h"
-
-#include "system_win32/file_system.h"
+#include "zip/internal/file_source.h"
 
 #include <mz.h>
 
@@ -22,23 +20,13 @@ std::time_t unix_time(FILETIME time) {
 
 } // namespace
 
-FileSource::FileSource(const std::filesystem::path& path) {
-    constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    HANDLE file =
-        CreateFileW(System::extended_path(path).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return;
-    }
-    file_.reset(file);
-    if (GetFileInformationByHandle(file, &information_) == 0) {
+void FileSource::open(const std::filesystem::path& path) {
+    file_ = System::open_file_to_read(path, error_);
+    if (file_ && GetFileInformationByHandle(file_.get(), &information_) == 0) {
+        error_ = WinConv::last_error();
         file_.reset();
-        return;
     }
-    left_ = size();
-}
-
-std::int64_t FileSource::size() const {
-    return wide_number(information_.nFileSizeHigh, information_.nFileSizeLow);
+    left_ = wide_number(information_.nFileSizeHigh, information_.nFileSizeLow);
 }
 
 std::time_t FileSource::modified() const {
@@ -53,13 +41,10 @@ std::time_t FileSource::created() const {
     return unix_time(information_.ftCreationTime);
 }
 
-std::int32_t FileSource::read(void* buffer, std::int32_t size) {
-    const auto wanted = static_cast<DWORD>(std::min<std::int64_t>(size, left_));
-    if (wanted == 0) {
-        return 0;
-    }
+std::int32_t FileSource::read(std::span<char> buffer) {
+    const auto wanted = static_cast<DWORD>(std::min(static_cast<std::int64_t>(buffer.size()), left_));
     DWORD count = 0;
-    if (ReadFile(file_.get(), buffer, wanted, &count, nullptr) == 0 || count == 0) {
+    if (wanted != 0 && ReadFile(file_.get(), buffer.data(), wanted, &count, nullptr) == 0) {
         return MZ_READ_ERROR;
     }
     left_ -= count;

@@ -1,4 +1,4 @@
-#include "supportbundle/zip/zip.h"
+#include "zip/zip.h"
 
 #include <fmt/format.h>
 
