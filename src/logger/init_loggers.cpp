@@ -101,6 +101,8 @@ Destination choose_destination(const SinkMaker& make_preferred_sink) {
     } catch (const std::exception& error) {
         destination.fall_back_reason = error.what();
         try {
+            // A link that somebody left there would have the log written into its target.
+            DeleteFileW(L"corvel.log");
             destination.sink = QuillCompat::rotating_file_sink("corvel.log");
         } catch (const std::exception& file_error) {
             // A folder that takes no file must not keep the command from running: standard output it is.

@@ -16,15 +16,8 @@ namespace Zip {
 
 namespace {
 
-constexpr std::uint16_t made_by_ntfs_4_5 = 0x0A2D;
-constexpr std::uint16_t utf8_name_flag = 0x0800;
-constexpr std::uint16_t deflate = 8;
-
 mz_zip_file header_of(const Member& member) {
     mz_zip_file header{};
-    header.version_madeby = made_by_ntfs_4_5;
-    header.flag = utf8_name_flag;
-    header.compression_method = deflate;
     header.modified_date = member.modified;
     header.filename = member.name;
     return header;

@@ -21,7 +21,8 @@ inline std::string brief(const std::string& text) {
 /// A zip archive, read without the library that writes them.
 class Archive {
 public:
-    /// Reads the archive at `path`. A file that is no archive, or one that contradicts itself, is a failure of the test.
+    /// Reads the archive at `path`. A file that is no archive, or one that contradicts itself, is a failure of the
+    /// test.
     explicit Archive(const std::filesystem::path& path) : bytes_(get_file(path)) {
         const auto end = bytes_.rfind("PK\5\6");
         EXPECT_NE(end, std::string::npos) << path << " of " << bytes_.size() << " bytes is no archive";

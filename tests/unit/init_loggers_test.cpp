@@ -84,11 +84,13 @@ TEST_F(InitLoggers, writes_full_lines_to_the_terminal) {
 TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
     preferred_can_be_made = false;
     prepare = [] {
-        put_file("corvel.log", "of the last run\n");
+        put_file("other", "of somebody\n");
+        std::filesystem::create_hard_link("other", "corvel.log");
         put_file("corvel.1.log", "somebody's\n");
     };
     expect("info", testing::MatchesRegex("\ncorvel\\.1\\.log: somebody's\ncorvel\\.log: .+ LOG_INFO      main         "
-                                         "Failed to use preferred logging method: Access denied\\.\r?\n"));
+                                         "Failed to use preferred logging method: Access denied\\.\r?\n"
+                                         "other: of somebody\n"));
 }
 
 TEST_F(InitLoggers, falls_back_to_standard_output_where_no_file_can_be_written) {

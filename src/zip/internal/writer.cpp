@@ -12,6 +12,8 @@ namespace Zip {
 namespace {
 
 constexpr std::uint16_t made_by_ntfs_4_5 = 0x0A2D;
+constexpr std::uint16_t utf8_name_flag = 0x0800;
+constexpr std::uint16_t deflate = 8;
 constexpr std::int16_t best_level = 9;
 
 // The library's creation functions take a pointer to fill up to version 3 and have no parameter since.
@@ -37,7 +39,10 @@ std::int32_t Writer::open(const std::filesystem::path& path) {
     return result;
 }
 
-std::int32_t Writer::open_member(const mz_zip_file& header) {
+std::int32_t Writer::open_member(mz_zip_file header) {
+    header.version_madeby = made_by_ntfs_4_5;
+    header.flag = utf8_name_flag;
+    header.compression_method = deflate;
     end_.position = file_.position();
     mz_stream_mem_get_buffer_length(directory_, &end_.directory_size);
     mz_zip_get_number_entry(zip_.get(), &end_.members);

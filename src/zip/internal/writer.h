@@ -22,8 +22,8 @@ public:
     /// Creates the archive. Call it once, before the other functions.
     std::int32_t open(const std::filesystem::path& path);
 
-    /// Begins a member; the one before has to be closed.
-    std::int32_t open_member(const mz_zip_file& header);
+    /// Begins a member with the name, times and attributes of the header; the one before has to be closed.
+    std::int32_t open_member(mz_zip_file header);
 
     /// Appends bytes to the open member. If that fails, the member is dropped and no longer open.
     std::int32_t write(std::string_view bytes);
