@@ -13,10 +13,10 @@
 #include "support/recorded_log.h"
 #include "svcquery_win32/service.h"
 #include "system_win32/com.h"
-#include "system_win32/internal/licenses.h"
-#include "system_win32/internal/network.h"
-#include "system_win32/internal/os_name.h"
-#include "system_win32/internal/product_type.h"
+#include "system_win32/detectors/licenses.h"
+#include "system_win32/detectors/network.h"
+#include "system_win32/detectors/os_name.h"
+#include "system_win32/detectors/product_type.h"
 #include "zip/zip.h"
 
 #include <chrono>

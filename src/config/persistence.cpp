@@ -1,10 +1,10 @@
 #include "config/persistence.h"
 
-#include "config/file.h"
 #include "config/internal/environment.h"
+#include "files/content.h"
+#include "files/file_system.h"
+#include "files/paths.h"
 #include "logger/log.h"
-#include "system_win32/file_system.h"
-#include "system_win32/paths.h"
 #include "winconv/convert.h"
 #include "winconv/fatal_exception.h"
 
@@ -13,24 +13,28 @@
 
 namespace Config {
 
-std::error_code config_write(const std::filesystem::path& path, const Record& record) {
-    constexpr int writable_by_owner = 0644;
-    return write_atomically(path, serialise(record), writable_by_owner);
-}
+namespace {
 
 void config_read_persistent() {
-    const auto path = System::get_config_file_path();
+    const auto path = Files::get_config_file_path();
     try {
-        if (!System::path_exists(path)) {
+        if (!Files::path_exists(path)) {
             return;
         }
         LOG_DEBUG(Logger::main, "Reading config from {}", WinConv::native_to_utf8(path.native()));
-        from_json(parse_json(read(path)), current());
+        read_json(Files::read(path), current());
     } catch (const nlohmann::json::exception& error) {
         throw WinConv::CorvelFatalException(fmt::format("Config file is malformed: {}", error.what()));
     } catch (const std::exception& error) {
         throw WinConv::CorvelFatalException(fmt::format("Failed to read config file: {}", error.what()));
     }
+}
+
+} // namespace
+
+std::error_code config_write(const std::filesystem::path& path, const Record& record) {
+    constexpr int writable_by_owner = 0644;
+    return Files::write_atomically(path, serialise(record), writable_by_owner);
 }
 
 void config_load(bool generate_host_id) {
@@ -39,7 +43,7 @@ void config_load(bool generate_host_id) {
     if (generate_host_id && record.host_id.is_nil() && !read_environment("HOST_ID")) {
         record.host_id = Uuid::generate();
         LOG_DEBUG(Logger::main, "Generated host_id {}", record.host_id.text());
-        if (const auto error = config_write(System::get_config_file_path(), record)) {
+        if (const auto error = config_write(Files::get_config_file_path(), record)) {
             throw WinConv::CorvelFatalException(
                 fmt::format("Couldn't write generated host id to config file: {}", error.message()));
         }

@@ -16,7 +16,4 @@ void config_load(bool generate_host_id);
 /// Replaces the configuration file at `path` by the record, with the errors of write_atomically().
 [[nodiscard]] std::error_code config_write(const std::filesystem::path& path, const Record& record);
 
-/// The file's part of config_load().
-void config_read_persistent();
-
 } // namespace Config

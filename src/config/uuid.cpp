@@ -3,8 +3,6 @@
 #include "winconv/convert.h"
 #include "winconv/owned.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cstddef>
 #include <new>
@@ -58,14 +56,6 @@ std::string Uuid::text() const {
     std::string text(text_length, '\0');
     std::copy_n(owner.get(), text_length, text.begin());
     return text;
-}
-
-void to_json(nlohmann::json& json, const Uuid& uuid) {
-    json = uuid.text();
-}
-
-void from_json(const nlohmann::json& json, Uuid& uuid) {
-    uuid = Uuid::parse(json.get<std::string>());
 }
 
 } // namespace Config

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <windows.h>
 
 #include <rpc.h>
@@ -16,8 +14,8 @@ class Uuid {
 public:
     Uuid() = default;
 
-    /// Reads the 8-4-4-4-12 form from UTF-8, in either case, without braces or blanks. Never throws: a text that is
-    /// no UUID gives the nil UUID.
+    /// Reads the 8-4-4-4-12 form from UTF-8, in either case, without braces or blanks. Never throws: any other text
+    /// gives the nil UUID.
     static Uuid parse(std::string_view text);
 
     /// Returns a new random UUID.
@@ -31,9 +29,5 @@ public:
 private:
     UUID value_{};
 };
-
-/// JSON form: a string holding the text form. Reading throws the library's type error if it is no string.
-void to_json(nlohmann::json& json, const Uuid& uuid);
-void from_json(const nlohmann::json& json, Uuid& uuid);
 
 } // namespace Config

@@ -7,43 +7,47 @@
 
 #include <cstdio>
 #include <string>
-#include <system_error>
 
 namespace Console {
 
 namespace {
 
-// A device such as NUL counts as a terminal, but is no console.
-bool is_console(std::FILE* stream) {
+// The console behind a standard stream; null if the stream leads elsewhere. A device such as NUL counts as a terminal
+// for the C library, but is no console.
+HANDLE console_of(DWORD stream) {
+    HANDLE handle = GetStdHandle(stream);
     DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(stream == stdout ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE), &mode) != 0;
+    return GetConsoleMode(handle, &mode) != 0 ? handle : nullptr;
 }
 
-void write(std::FILE* stream, std::string_view text) {
-    // The system replaces what is ill-formed on the way to UTF-16.
-    const std::string well_formed = WinConv::native_to_utf8(WinConv::utf8_to_native(text));
-    const std::string_view shown = well_formed.empty() ? text : std::string_view(well_formed);
-    if (!is_console(stream)) {
-        // At once: the C library would hand text for a device over byte by byte.
-        static_cast<void>(std::fflush(stream));
-        static_cast<void>(_write(_fileno(stream), shown.data(), static_cast<unsigned>(shown.size())));
+void write(DWORD stream, std::FILE* file, std::string_view text) {
+    // What the C library still holds comes first.
+    static_cast<void>(std::fflush(file));
+    // On the way to UTF-16, the system replaces what is ill-formed.
+    const std::wstring native = WinConv::utf8_to_native(text);
+    if (HANDLE console = console_of(stream)) {
+        DWORD written = 0;
+        WriteConsoleW(console, native.data(), static_cast<DWORD>(native.size()), &written, nullptr);
         return;
     }
-    try {
-        fmt::print(stream, "{}", shown);
-    } catch (const std::system_error&) {
-        // Nobody is there to be told.
-    }
+    const std::string well_formed = WinConv::native_to_utf8(native);
+    const std::string_view bytes = well_formed.empty() ? text : std::string_view(well_formed);
+    // In one call: the C library would hand text for a device over byte by byte.
+    static_cast<void>(_write(_fileno(file), bytes.data(), static_cast<unsigned>(bytes.size())));
 }
 
 } // namespace
 
+bool output_is_console() {
+    return console_of(STD_OUTPUT_HANDLE) != nullptr;
+}
+
 void write_output(std::string_view text) {
-    write(stdout, text);
+    write(STD_OUTPUT_HANDLE, stdout, text);
 }
 
 void write_error(std::string_view text) {
-    write(stderr, text);
+    write(STD_ERROR_HANDLE, stderr, text);
 }
 
 } // namespace Console

@@ -5,10 +5,13 @@
 #include <string_view>
 #include <utility>
 
-/// What the user reads. Texts are UTF-8; of ill-formed ones, such as a parser quotes from a damaged file, the bad bytes
-/// become U+FFFD: consoles take no others. A stream that refuses its text changes nothing about what the tool does, so
-/// nothing here throws for it.
+/// What the user reads. Texts are UTF-8; bytes that are not, such as a parser quotes from a damaged file, become
+/// U+FFFD. A console gets UTF-16, a file or pipe UTF-8. A stream that refuses its text is ignored: it changes nothing
+/// about what the tool does.
 namespace Console {
+
+/// Tells whether standard output is a console.
+bool output_is_console();
 
 /// Writes the text to standard output as it stands.
 void write_output(std::string_view text);

@@ -1,13 +1,9 @@
 #pragma once
 
-#include <quill/sinks/Sink.h>
+#include "logger/statement_sink.h"
 
-#include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace Logger {
 
@@ -15,7 +11,7 @@ namespace Logger {
 /// Captures nothing until set_disabled(false).
 ///
 /// Only the logging back end writes: flush the logger before reading text(), and do not read while it still logs.
-class CaptureSink : public quill::Sink {
+class CaptureSink : public StatementSink {
 public:
     CaptureSink();
 
@@ -28,13 +24,7 @@ public:
         return buffer_;
     }
 
-    void write_log(const quill::MacroMetadata* log_metadata, std::uint64_t log_timestamp, std::string_view thread_id,
-                   std::string_view thread_name, const std::string& process_id, std::string_view logger_name,
-                   quill::LogLevel log_level, std::string_view log_level_description,
-                   std::string_view log_level_short_code,
-                   const std::vector<std::pair<std::string, std::string>>* named_args, std::string_view log_message,
-                   std::string_view log_statement) override;
-    void flush_sink() override {}
+    void write(const Statement& statement) override;
 
 private:
     std::string buffer_;

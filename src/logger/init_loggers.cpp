@@ -83,15 +83,9 @@ void start_backend() {
     quill::Backend::start(options);
 }
 
-// A device such as NUL counts as a terminal, but only a real console takes colours.
-bool console_takes_colours() {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
-}
-
-Destination choose_destination(const SinkMaker& make_preferred_sink) {
+Destination choose_destination(bool colours, const SinkMaker& make_preferred_sink) {
     Destination destination;
-    destination.sink = QuillCompat::terminal_sink(console_takes_colours());
+    destination.sink = QuillCompat::terminal_sink(colours);
     if (_isatty(_fileno(stdout)) != 0) {
         return destination;
     }
@@ -155,9 +149,9 @@ void apply_levels(const LogLevelConfig& config) {
 
 } // namespace
 
-void init_loggers(const LogLevelConfig& config, const SinkMaker& make_preferred_sink) {
+void init_loggers(const LogLevelConfig& config, bool colours, const SinkMaker& make_preferred_sink) {
     start_backend();
-    const Destination destination = choose_destination(make_preferred_sink);
+    const Destination destination = choose_destination(colours, make_preferred_sink);
     for (const auto& row : logger_table) {
         create_logger(row, destination);
     }

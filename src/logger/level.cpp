@@ -17,21 +17,10 @@ constexpr std::array<std::string_view, 12> level_names = {
     "warning", "error",   "critical", "backtrace", "none", "dynamic",
 };
 
-constexpr std::array<Level, 12> levels_by_name = {
-    Level::Backtrace, Level::Critical, Level::Debug,   Level::Dynamic, Level::Error,   Level::Info,
-    Level::None,      Level::Notice,   Level::TraceL1, Level::TraceL2, Level::TraceL3, Level::Warning,
-};
-
-constexpr std::string_view name_of(Level level) {
-    return level_names[static_cast<std::size_t>(level)];
-}
-
-static_assert(std::ranges::is_sorted(levels_by_name, {}, name_of));
-
 Level parse_level(std::string_view name) {
-    const auto found = std::ranges::lower_bound(levels_by_name, name, {}, name_of);
-    const bool settable = found != levels_by_name.end() && name_of(*found) == name && *found <= Level::Critical;
-    return settable ? *found : Level::None;
+    const auto found = std::ranges::find(level_names, name);
+    const auto level = static_cast<Level>(found - level_names.begin());
+    return level <= Level::Critical ? level : Level::None;
 }
 
 void apply_item(std::string_view item, LogLevelConfig& config) {
@@ -47,7 +36,8 @@ void apply_item(std::string_view item, LogLevelConfig& config) {
 } // namespace
 
 std::string_view level_name(Level level) {
-    return static_cast<std::size_t>(level) < level_names.size() ? name_of(level) : level_names.front();
+    return static_cast<std::size_t>(level) < level_names.size() ? level_names[static_cast<std::size_t>(level)]
+                                                                : level_names.front();
 }
 
 LogLevelConfig parse_log_level_config(std::string_view text) {

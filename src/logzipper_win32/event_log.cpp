@@ -94,7 +94,7 @@ std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, Zip::OpenMember& memb
 bool zip_add_corvel_syslog(Zip::Writer& writer, const Zip::Member& member) {
     const EventLogHandle log(OpenEventLogW(nullptr, L"corvel"));
     if (!log) {
-        LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::format_error_code(GetLastError()));
+        LOG_ERROR(Logger::main, "OpenEventLog failed with error: {}", WinConv::last_error_text());
         return false;
     }
     Zip::OpenMember entry(writer, member);

@@ -1,7 +1,7 @@
 #include "logzipper_win32/update_logs.h"
 
+#include "files/paths.h"
 #include "logger/log.h"
-#include "system_win32/paths.h"
 #include "winconv/error_text.h"
 #include "winconv/owned.h"
 
@@ -33,7 +33,7 @@ ProcessHandle start_power_shell(const std::filesystem::path& log, DWORD& error) 
 } // namespace
 
 std::map<std::string, std::filesystem::path> zip_generate_os_update_logs() {
-    const auto update_log = System::get_user_temp_directory() / L"WindowsUpdate.log";
+    const auto update_log = Files::get_user_temp_directory() / L"WindowsUpdate.log";
     DWORD error = ERROR_SUCCESS;
     const ProcessHandle process = start_power_shell(update_log, error);
     if (!process) {
@@ -41,11 +41,10 @@ std::map<std::string, std::filesystem::path> zip_generate_os_update_logs() {
         return {};
     }
     if (WaitForSingleObject(process.get(), INFINITE) != WAIT_OBJECT_0) {
-        LOG_DEBUG(Logger::main, "failed to wait for powershell process end error:{}",
-                  WinConv::format_error_code(GetLastError()));
+        LOG_DEBUG(Logger::main, "failed to wait for powershell process end error:{}", WinConv::last_error_text());
         return {};
     }
-    const std::wstring windows = System::get_windows_directory().native();
+    const std::wstring windows = Files::get_windows_directory().native();
     return {
         {"windows_cbs.log", windows + L"\\Logs\\CBS\\CBS.log"},
         {"windows_reportingevents.log", windows + L"\\SoftwareDistribution\\ReportingEvents.log"},

@@ -3,15 +3,13 @@
 #include "config/persistence.h"
 #include "config/record.h"
 #include "console/console.h"
+#include "files/file_system.h"
+#include "files/paths.h"
 #include "main/configuration.h"
 #include "svcquery_win32/service.h"
-#include "system_win32/file_system.h"
-#include "system_win32/paths.h"
 
 #include <fmt/ranges.h>
-#include <nlohmann/json.hpp>
 
-#include <type_traits>
 #include <unordered_map>
 
 namespace Commands {
@@ -28,39 +26,33 @@ Pairs collect_pairs(std::span<const std::string> arguments) {
     return pairs;
 }
 
-// Stores the value in the field; prints why not and returns false if it is not good.
-template <typename T>
-bool apply_value(const char* key, const std::string& text, T& field) {
-    try {
-        auto value = Config::text_to_value<T>(text);
-        if constexpr (std::is_same_v<T, Config::Uuid>) {
-            if (value.is_nil()) {
-                Console::print_error("Error: {} must be a valid UUID and not nil\n", key);
-                return false;
-            }
-        }
-        field = std::move(value);
-        return true;
-    } catch (const nlohmann::json::exception& error) {
-        Console::print_error("Error parsing value for {}: {}\n", key, error.what());
+// Stores the value; prints why not and returns false if it is not good.
+bool apply_value(Config::Record& record, const std::string& key, const std::string& text) {
+    if (const auto refusal = Config::set_value(record, key, text)) {
+        Console::print_error("Error parsing value for {}: {}\n", key, *refusal);
         return false;
     }
+    if (Config::holds_nil_uuid(record, key)) {
+        Console::print_error("Error: {} must be a valid UUID and not nil\n", key);
+        return false;
+    }
+    return true;
 }
 
 // Applies the pairs whose key is known, and removes them. Every value is tried, so that one run names all bad ones.
 bool apply_pairs(Pairs& pairs, Config::Record& record) {
     bool all_values_good = true;
-    Config::for_each_key([&](const char* key, auto member) {
+    for (const std::string& key : Config::keys()) {
         if (const auto pair = pairs.extract(key)) {
-            all_values_good = apply_value(key, pair.mapped(), record.*member) && all_values_good;
+            all_values_good = apply_value(record, key, pair.mapped()) && all_values_good;
         }
-    });
+    }
     return all_values_good;
 }
 
 bool write_configuration(const Config::Record& record) {
-    const auto path = System::get_config_file_path();
-    if (const auto error = System::create_directories(path.parent_path())) {
+    const auto path = Files::get_config_file_path();
+    if (const auto error = Files::create_directories(path.parent_path())) {
         Console::print_error("Could not create config directory: {}\n", error.message());
         return false;
     }
@@ -82,12 +74,12 @@ int set(std::span<const std::string> pairs) {
         return exit_failure;
     }
     Config::Record& record = Config::current();
-    Pairs unknown = collect_pairs(pairs);
-    if (!apply_pairs(unknown, record)) {
+    Pairs unapplied = collect_pairs(pairs);
+    if (!apply_pairs(unapplied, record)) {
         return exit_failure;
     }
-    if (!unknown.empty()) {
-        Console::print_error("Unknown key/value pairs: {}\n", unknown);
+    if (!unapplied.empty()) {
+        Console::print_error("Unknown key/value pairs: {}\n", unapplied);
         return exit_failure;
     }
     if (!write_configuration(record)) {

@@ -1,9 +1,9 @@
 #include "main/commands.h"
 
-#include "config/file.h"
 #include "config/record.h"
 #include "console/console.h"
 #include "crypto_win32/trust.h"
+#include "files/content.h"
 #include "main/configuration.h"
 #include "main/verdict.h"
 #include "winconv/convert.h"
@@ -30,8 +30,8 @@ int verify_release(const std::string& metadata_file, const std::string& signatur
     Crypto::init();
     Crypto::VerificationTrust trust;
     try {
-        const std::string metadata = Config::read(metadata_path);
-        const std::string signature = Config::read(signature_path);
+        const std::string metadata = Files::read(metadata_path);
+        const std::string signature = Files::read(signature_path);
         trust = Crypto::verify(metadata, signature);
     } catch (const std::exception& error) {
         // Alone of all messages, this one has no line feed.

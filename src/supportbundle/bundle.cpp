@@ -1,13 +1,13 @@
 #include "supportbundle/bundle.h"
 
 #include "console/console.h"
+#include "files/file_system.h"
+#include "files/paths.h"
 #include "logger/log.h"
 #include "logzipper_win32/event_log.h"
 #include "logzipper_win32/update_logs.h"
 #include "supportbundle/metadata.h"
 #include "svcquery_win32/service.h"
-#include "system_win32/file_system.h"
-#include "system_win32/paths.h"
 #include "winconv/convert.h"
 #include "winconv/error_text.h"
 #include "zip/zip.h"
@@ -35,13 +35,7 @@ bool zip_add_service_status(Zip::Writer& writer, const Zip::Member& member) {
         LOG_ERROR(Logger::main, "{}", status.error().text);
         return false;
     }
-    const std::int32_t result = Zip::zip_add_text(writer, member, status.value());
-    if (result != Zip::ok) {
-        LOG_ERROR(Logger::main, "mz error {} adding corvel service status to zip", Zip::mz_error_name(result));
-        return false;
-    }
-    LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding corvel service status to zip", status.value().size());
-    return true;
+    return Zip::zip_add_text(writer, member, status.value(), "corvel service status");
 }
 
 Zip::MemberProducer file_producer(const std::filesystem::path& file, std::optional<std::string> member_name) {
@@ -81,8 +75,8 @@ void zip_add_os_update_logs(std::vector<Zip::MemberProducer>& list) {
 
 void zip_package_error_logs(const std::filesystem::path& program_data, std::vector<Zip::MemberProducer>& list) {
     MemberFiles logs;
-    const auto scratch = System::get_temp_directory(false);
-    if (System::path_exists(scratch)) {
+    const auto scratch = Files::get_temp_directory(false);
+    if (Files::path_exists(scratch)) {
         find_error_logs(scratch, L"", logs);
     }
     find_error_logs(program_data, L"update.log", logs);
@@ -105,7 +99,7 @@ std::vector<Zip::MemberProducer> fixed_producers(const std::filesystem::path& co
 
 std::filesystem::path bundle_path() {
     const std::string name =
-        fmt::format("{}_{:%Y-%m-%d_%H-%M-%S}.zip", "corvel-support-bundle", fmt::gmtime(std::time(nullptr)));
+        fmt::format("corvel-support-bundle_{:%Y-%m-%d_%H-%M-%S}.zip", fmt::gmtime(std::time(nullptr)));
     return std::filesystem::current_path() / WinConv::utf8_to_native(name);
 }
 
@@ -113,7 +107,7 @@ std::filesystem::path bundle_path() {
 
 bool create_support_bundle(bool exclude_wu) {
     const std::time_t now = std::time(nullptr);
-    const auto config_file = System::get_config_file_path();
+    const auto config_file = Files::get_config_file_path();
     std::vector<Zip::MemberProducer> list = fixed_producers(config_file, now);
     if (!exclude_wu) {
         zip_add_os_update_logs(list);

@@ -1,11 +1,11 @@
 #include "supportbundle/metadata.h"
 
-#include "config/file.h"
 #include "config/record.h"
+#include "files/content.h"
+#include "files/file_system.h"
+#include "files/paths.h"
 #include "logger/log.h"
 #include "system_win32/com.h"
-#include "system_win32/file_system.h"
-#include "system_win32/paths.h"
 #include "winconv/convert.h"
 #include "winconv/fatal_exception.h"
 
@@ -75,12 +75,12 @@ std::optional<std::string> describe_machine(Metadata& metadata) {
 // Returns why not everything could be found out, if so; each finding stands even if the next one fails.
 std::optional<std::string> describe_configuration_file(Metadata& metadata) {
     try {
-        const auto path = System::get_config_file_path();
+        const auto path = Files::get_config_file_path();
         metadata.cfgfile_path_findable = true;
         metadata.cfgfile_filepath = WinConv::native_to_utf8(path.native());
-        metadata.cfgfile_exists = System::path_exists(path);
+        metadata.cfgfile_exists = Files::path_exists(path);
         if (metadata.cfgfile_exists) {
-            metadata.cfgfile_contents = Config::read(path);
+            metadata.cfgfile_contents = Files::read(path);
             metadata.cfgfile_readable = true;
             metadata.cfgfile_json_malformed = !Config::is_json(metadata.cfgfile_contents);
         }
@@ -135,13 +135,7 @@ bool zip_add_agent_metadata(Zip::Writer& writer, const Zip::Member& member) {
         LOG_ERROR(Logger::main, "error serialising agent metadata: {}", error.what());
         return false;
     }
-    const std::int32_t result = Zip::zip_add_text(writer, member, text);
-    if (result != Zip::ok) {
-        LOG_ERROR(Logger::main, "mz error {} adding agent metadata to zip", Zip::mz_error_name(result));
-        return false;
-    }
-    LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding agent metadata to zip", text.size());
-    return true;
+    return Zip::zip_add_text(writer, member, text, "agent metadata");
 }
 
 } // namespace SupportBundle

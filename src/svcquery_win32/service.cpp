@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include <windows.h>
+
 #include <algorithm>
 #include <array>
 
@@ -24,11 +26,6 @@ constexpr DWORD longest_poll_ms = 10000;
 
 using ServiceHandle = WinConv::Owned<SC_HANDLE, CloseServiceHandle>;
 
-Error last_error(fmt::format_string<std::string> text) {
-    const DWORD code = GetLastError();
-    return {fmt::format(text, WinConv::format_error_code(code))};
-}
-
 // The agent service, open, with the manager that it was opened through.
 struct AgentService {
     ServiceHandle manager;
@@ -39,11 +36,11 @@ Result<AgentService> open_corvel_service(DWORD manager_rights, DWORD service_rig
     AgentService opened;
     opened.manager.reset(OpenSCManagerW(nullptr, SERVICES_ACTIVE_DATABASEW, manager_rights));
     if (!opened.manager) {
-        return last_error("error opening service manager: {}");
+        return Error{"error opening service manager: " + WinConv::last_error_text()};
     }
     opened.service.reset(OpenServiceW(opened.manager.get(), service_name, service_rights));
     if (!opened.service) {
-        return last_error("error opening service manager on corvel service: {}");
+        return Error{"error opening service manager on corvel service: " + WinConv::last_error_text()};
     }
     return opened;
 }
@@ -51,9 +48,43 @@ Result<AgentService> open_corvel_service(DWORD manager_rights, DWORD service_rig
 Result<SERVICE_STATUS> query_status(SC_HANDLE service) {
     SERVICE_STATUS status{};
     if (QueryServiceStatus(service, &status) == 0) {
-        return last_error("error querying service manager for corvel service info: {}");
+        return Error{"error querying service manager for corvel service info: " + WinConv::last_error_text()};
     }
     return status;
+}
+
+const char* service_state_name(DWORD state) {
+    constexpr std::array names = {
+        "SERVICE_STOPPED",          "SERVICE_START_PENDING", "SERVICE_STOP_PENDING", "SERVICE_RUNNING",
+        "SERVICE_CONTINUE_PENDING", "SERVICE_PAUSE_PENDING", "SERVICE_PAUSED",
+    };
+    return state >= SERVICE_STOPPED && state <= names.size() ? names[state - SERVICE_STOPPED]
+                                                             : "service_status_unknown";
+}
+
+// Waits until the service is in the state `expected`, 30 seconds at most and only as long as it is in `pending`.
+Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending) {
+    const DWORD start = GetTickCount();
+    for (;;) {
+        const auto status = query_status(service);
+        if (!status.has_value()) {
+            return status.error();
+        }
+        const DWORD state = status.value().dwCurrentState;
+        if (state == expected) {
+            return {};
+        }
+        if (state != pending) {
+            return Error{fmt::format("error unexpected corvel service state:{0} expected:{1}",
+                                     service_state_name(state), service_state_name(expected))};
+        }
+        // The difference stays right when the tick counter wraps.
+        if (GetTickCount() - start > wait_limit_ms) {
+            return Error{
+                fmt::format("error timeout reached corvel service state change to {}", service_state_name(expected))};
+        }
+        Sleep(std::clamp(status.value().dwWaitHint / 10, least_poll_ms, longest_poll_ms));
+    }
 }
 
 Result<> stop(SC_HANDLE service) {
@@ -67,22 +98,13 @@ Result<> stop(SC_HANDLE service) {
     if (status.value().dwCurrentState != SERVICE_STOP_PENDING) {
         SERVICE_STATUS after{};
         if (ControlService(service, SERVICE_CONTROL_STOP, &after) == 0) {
-            return last_error("error stopping corvel service: {}");
+            return Error{"error stopping corvel service: " + WinConv::last_error_text()};
         }
     }
     return wait_for_service_state(service, SERVICE_STOPPED, SERVICE_STOP_PENDING);
 }
 
 } // namespace
-
-const char* service_state_name(DWORD state) {
-    constexpr std::array names = {
-        "SERVICE_STOPPED",          "SERVICE_START_PENDING", "SERVICE_STOP_PENDING", "SERVICE_RUNNING",
-        "SERVICE_CONTINUE_PENDING", "SERVICE_PAUSE_PENDING", "SERVICE_PAUSED",
-    };
-    return state >= SERVICE_STOPPED && state <= names.size() ? names[state - SERVICE_STOPPED]
-                                                             : "service_status_unknown";
-}
 
 Result<std::string> query_corvel_service_status() {
     const auto opened = open_corvel_service(SC_MANAGER_ENUMERATE_SERVICE, SERVICE_QUERY_STATUS);
@@ -107,37 +129,12 @@ Result<> restart_corvel_service() {
     }
     SERVICE_DELAYED_AUTO_START_INFO delayed{TRUE};
     if (ChangeServiceConfig2W(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed) == 0) {
-        LOG_ERROR(Logger::main, "error setting corvel service to delayed auto start: {}",
-                  WinConv::format_error_code(GetLastError()));
+        LOG_ERROR(Logger::main, "error setting corvel service to delayed auto start: {}", WinConv::last_error_text());
     }
     if (StartServiceW(service, 0, nullptr) == 0) {
-        return last_error("error starting corvel service: {}");
+        return Error{"error starting corvel service: " + WinConv::last_error_text()};
     }
     return wait_for_service_state(service, SERVICE_RUNNING, SERVICE_START_PENDING);
-}
-
-Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending) {
-    const DWORD start = GetTickCount();
-    for (;;) {
-        const auto status = query_status(service);
-        if (!status.has_value()) {
-            return status.error();
-        }
-        const DWORD state = status.value().dwCurrentState;
-        if (state == expected) {
-            return {};
-        }
-        if (state != pending) {
-            return Error{fmt::format("error unexpected corvel service state:{0} expected:{1}",
-                                     service_state_name(state), service_state_name(expected))};
-        }
-        // The difference stays right when the tick counter wraps.
-        if (GetTickCount() - start > wait_limit_ms) {
-            return Error{
-                fmt::format("error timeout reached corvel service state change to {}", service_state_name(expected))};
-        }
-        Sleep(std::clamp(status.value().dwWaitHint / 10, least_poll_ms, longest_poll_ms));
-    }
 }
 
 } // namespace Service

@@ -1,7 +1,7 @@
 #include "system_win32/com.h"
 
 #include "logger/log.h"
-#include "system_win32/internal/libraries.h"
+#include "system_win32/detectors/libraries.h"
 #include "winconv/error_text.h"
 
 #include <objbase.h>
@@ -9,11 +9,6 @@
 namespace System {
 
 namespace {
-
-constexpr std::uint32_t com_initialised = 1U << 0U;
-constexpr std::uint32_t winrt_initialised = 1U << 1U;
-constexpr std::uint32_t com_was_initialised = 1U << 2U;
-constexpr std::uint32_t winrt_was_initialised = 1U << 3U;
 
 constexpr int ro_init_multithreaded = 1;
 
@@ -43,7 +38,7 @@ WindowsIpcApartment::WindowsIpcApartment() {
         LOG_ERROR(Logger::main, "Failed to initialize COM (error code: {:#08x})", static_cast<std::uint32_t>(com));
         return;
     }
-    flags_ |= com_initialised | (com == S_FALSE ? com_was_initialised : 0);
+    ends_com_ = com == S_OK;
     if (!winrt_is_available()) {
         return;
     }
@@ -52,16 +47,14 @@ WindowsIpcApartment::WindowsIpcApartment() {
         LOG_ERROR(Logger::main, "Failed to initialize WinRT (error code: {:#08x})", static_cast<std::uint32_t>(winrt));
         return;
     }
-    flags_ |= winrt_initialised | (winrt == S_FALSE ? winrt_was_initialised : 0);
+    ends_winrt_ = winrt == S_OK;
 }
 
 WindowsIpcApartment::~WindowsIpcApartment() {
-    // Against the usual pairing on purpose: what was there before stays.
-    if ((flags_ & com_initialised) != 0 && (flags_ & com_was_initialised) == 0) {
+    if (ends_com_) {
         CoUninitialize();
     }
-    const bool initialised_winrt = (flags_ & winrt_initialised) != 0 && (flags_ & winrt_was_initialised) == 0;
-    if (initialised_winrt && ro_uninitialize.address != nullptr) {
+    if (ends_winrt_ && ro_uninitialize.address != nullptr) {
         ro_uninitialize.as<void WINAPI()>()();
     }
 }

@@ -59,7 +59,9 @@ public:
     ~WindowsIpcApartment();
 
 private:
-    std::uint32_t flags_ = 0;
+    // Against COM's usual rule, what was initialised before is not ended.
+    bool ends_com_ = false;
+    bool ends_winrt_ = false;
 };
 
 } // namespace System

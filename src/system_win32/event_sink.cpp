@@ -10,6 +10,8 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 namespace System {
@@ -57,20 +59,14 @@ WindowsEventSink::WindowsEventSink() : source_(RegisterEventSourceW(nullptr, L"c
     }
 }
 
-void WindowsEventSink::write_log(const quill::MacroMetadata* log_metadata, std::uint64_t /*log_timestamp*/,
-                                 std::string_view /*thread_id*/, std::string_view /*thread_name*/,
-                                 const std::string& /*process_id*/, std::string_view logger_name,
-                                 quill::LogLevel log_level, std::string_view /*log_level_description*/,
-                                 std::string_view /*log_level_short_code*/,
-                                 const std::vector<std::pair<std::string, std::string>>* /*named_args*/,
-                                 std::string_view /*log_message*/, std::string_view log_statement) {
-    const EventKind& kind = event_kind(log_level);
+void WindowsEventSink::write(const Logger::Statement& statement) {
+    const EventKind& kind = event_kind(statement.level);
     const std::string record =
         fmt::format("MESSAGE={}  CODE_FILE={}  CODE_LINE={}  CODE_FUNC={}  SYSLOG_IDENTIFIER=corvel-{}  PRIORITY={}",
-                    log_statement, log_metadata->file_name(), log_metadata->line(),
-                    bare_name(log_metadata->caller_function()), logger_name, kind.priority);
+                    statement.line, statement.metadata.file_name(), statement.metadata.line(),
+                    bare_name(statement.metadata.caller_function()), statement.logger, kind.priority);
     const std::wstring native_record = WinConv::utf8_to_native(record);
-    const std::wstring native_statement = WinConv::utf8_to_native(log_statement);
+    const std::wstring native_statement = WinConv::utf8_to_native(statement.line);
     std::array<LPCWSTR, 2> strings = {native_record.c_str(), native_statement.c_str()};
     ReportEventW(source_.get(), kind.type, 0, kind.identifier, nullptr, static_cast<WORD>(strings.size()), 0,
                  strings.data(), nullptr);

@@ -1,11 +1,12 @@
 #include "system_win32/system_info.h"
 
 #include "logger/log.h"
-#include "system_win32/internal/licenses.h"
-#include "system_win32/internal/machine.h"
-#include "system_win32/internal/network.h"
-#include "system_win32/internal/os_name.h"
-#include "system_win32/internal/product_type.h"
+#include "system_win32/detectors/architecture.h"
+#include "system_win32/detectors/licenses.h"
+#include "system_win32/detectors/network.h"
+#include "system_win32/detectors/os_name.h"
+#include "system_win32/detectors/product_type.h"
+#include "system_win32/detectors/uptime.h"
 
 #include <fmt/format.h>
 

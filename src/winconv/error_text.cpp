@@ -62,6 +62,10 @@ std::error_code last_error() {
     return windows_error(GetLastError());
 }
 
+std::string last_error_text() {
+    return format_error_code(GetLastError());
+}
+
 } // namespace WinConv
 
 namespace ComHelpers {

@@ -25,6 +25,9 @@ std::error_code windows_error(std::uint32_t code);
 /// Returns the calling thread's GetLastError() as std::error_code; call it before anything else can change it.
 std::error_code last_error();
 
+/// Returns format_error_code() of the calling thread's GetLastError(); call it before anything else can change that.
+std::string last_error_text();
+
 } // namespace WinConv
 
 namespace ComHelpers {

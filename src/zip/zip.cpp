@@ -1,8 +1,8 @@
 #include "zip/zip.h"
 
 #include "console/console.h"
+#include "files/file_system.h"
 #include "logger/log.h"
-#include "system_win32/file_system.h"
 #include "winconv/convert.h"
 #include "zip/internal/file_source.h"
 #include "zip/internal/writer.h"
@@ -55,10 +55,18 @@ static_assert(ok == MZ_OK);
 
 } // namespace
 
-std::int32_t zip_add_text(Writer& writer, const Member& member, std::string_view text) {
+bool zip_add_text(Writer& writer, const Member& member, std::string_view text, const char* what) {
     OpenMember opened(writer, member);
-    const std::int32_t written = opened.write(text);
-    return written == MZ_OK ? opened.close() : written;
+    std::int32_t result = opened.write(text);
+    if (result == MZ_OK) {
+        result = opened.close();
+    }
+    if (result != MZ_OK) {
+        LOG_ERROR(Logger::main, "mz error {} adding {} to zip", mz_error_name(result), what);
+        return false;
+    }
+    LOG_DEBUG(Logger::main, "successfully wrote {} bytes adding {} to zip", text.size(), what);
+    return true;
 }
 
 OpenMember::OpenMember(Writer& writer, const Member& member)
@@ -86,7 +94,7 @@ std::int32_t OpenMember::close() {
 
 bool zip_add_file(Writer& writer, const std::filesystem::path& file, const std::optional<std::string>& member_name) {
     FileSource source;
-    if (System::path_exists(file)) {
+    if (Files::path_exists(file)) {
         source.open(file);
     }
     // It may have gone since, or be a link whose target is missing.

@@ -31,8 +31,8 @@ inline constexpr std::int32_t ok = 0;
 /// Returns the constant's name of a result code of minizip-ng in double quotes, "unknown" likewise for any other.
 std::string mz_error_name(std::int32_t code);
 
-/// Adds the bytes as one member and returns minizip-ng's result code.
-[[nodiscard]] std::int32_t zip_add_text(Writer& writer, const Member& member, std::string_view text);
+/// Adds the text as one member; `what` names it in the log. Returns false, after logging why, if that fails.
+bool zip_add_text(Writer& writer, const Member& member, std::string_view text, const char* what);
 
 /// A member that is written in pieces. Its functions return minizip-ng's result codes; one that cannot be written to
 /// its end is not in the archive.

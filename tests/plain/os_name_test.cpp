@@ -1,4 +1,4 @@
-#include "system_win32/internal/os_name.h"
+#include "system_win32/detectors/os_name.h"
 
 #include <gtest/gtest.h>
 

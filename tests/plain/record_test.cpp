@@ -1,17 +1,96 @@
 #include "config/record.h"
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
 
-TEST(Record, keeps_what_is_not_read) {
+using testing::HasSubstr;
+
+namespace {
+
+constexpr auto id = "6f9619ff-8b86-d011-b42d-00c04fc964ff";
+
+TEST(Record, is_read_as_it_was_written_and_keeps_what_the_text_does_not_hold) {
+    const std::string all = R"({"host_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","log_level":"debug,dll=none",)"
+                            R"("self_update":false,"self_update_addr":"a","self_update_profile":"test",)"
+                            R"("skip_power_check":true,"tenant_id":"6f9619ff-8b86-d011-b42d-00c04fc964fe",)"
+                            R"("webapp_addr":"€"})";
     Config::Record record;
-    const std::string defaults = Config::serialise(record);
-    Config::from_json(
-        nlohmann::json::parse(
-            R"({"other": 1, "tenant_id": "no UUID", "host_id": "6f9619ff-8b86-d011-b42d-00c04fc964ff\u0000x"})"),
-        record);
-    Config::from_json(nlohmann::json::array(), record);
-    EXPECT_EQ(Config::serialise(record), defaults);
+    Config::read_json(all, record);
+    EXPECT_EQ(Config::serialise(record), all);
+    for (const char* const other : {"{}", "[]", "5", "null", R"({"other": {"self_update": true}, "Webapp_addr": 1})"}) {
+        Config::read_json(other, record);
+        EXPECT_EQ(Config::serialise(record), all) << other;
+    }
     record.self_update_profile = static_cast<Config::SelfUpdateProfile>(3);
-    EXPECT_NE(Config::serialise(record).find(R"("self_update_profile":"unsigned")"), std::string::npos);
+    EXPECT_THAT(Config::serialise(record), HasSubstr(R"("self_update_profile":"unsigned")"));
+    EXPECT_THAT(Config::keys(),
+                testing::ElementsAre("webapp_addr", "tenant_id", "host_id", "log_level", "self_update_addr",
+                                     "self_update_profile", "self_update", "skip_power_check"));
 }
+
+TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another_type) {
+    const std::string deep(1000000, '[');
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "parse error"},
+        {"{} x", "parse error at line 1, column 4"},
+        {"// c\n{}", "parse error"},
+        {"{\"webapp_addr\": \"\xFF\"}", "ill-formed UTF-8 byte"},
+        {std::string("{}\0", 3), "NUL byte in JSON text"},
+        {deep, "parse error at line 1, column 1000001"},
+        {R"({"webapp_addr": null})", "type must be string, but is null"},
+        {R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}", "type must be string, but is array"},
+        {R"({"host_id": 5})", "type must be string, but is number"},
+        {R"({"self_update": "yes"})", "type must be boolean, but is string"},
+        {R"({"self_update_profile": "Production"})", "value must be one of unsigned, test, production"},
+    };
+    for (const auto& [text, reason] : cases) {
+        Config::Record record;
+        EXPECT_THAT([&] { Config::read_json(text, record); }, testing::ThrowsMessage<std::exception>(HasSubstr(reason)))
+            << text.substr(0, 50);
+        EXPECT_EQ(Config::is_json(text), std::string_view(reason).find("must be") != std::string_view::npos)
+            << text.substr(0, 50);
+    }
+}
+
+TEST(SetValue, takes_json_and_for_most_keys_a_bare_word) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"webapp_addr", "a b", R"("webapp_addr":"a b")"},
+        {"webapp_addr", R"("\u20ac")", R"("webapp_addr":"€")"},
+        {"webapp_addr", "", R"("webapp_addr":"")"},
+        {"webapp_addr", "123", "type must be string, but is number"},
+        {"tenant_id", id, R"("tenant_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff")"},
+        {"tenant_id", "x", R"("tenant_id":"00000000-0000-0000-0000-000000000000")"},
+        {"tenant_id", "true", "type must be string, but is boolean"},
+        {"log_level", R"("debug")", R"("log_level":"debug")"},
+        {"log_level", "debug", "syntax error while parsing value - invalid literal; last read: 'd'"},
+        {"self_update_profile", R"("test")", R"("self_update_profile":"test")"},
+        {"self_update_profile", "test", "syntax error while parsing value"},
+        {"self_update", "false", R"("self_update":false)"},
+        {"skip_power_check", "yes", "type must be boolean, but is string"},
+    };
+    for (const auto& [key, text, expected] : cases) {
+        Config::Record record;
+        const std::string before = Config::serialise(record);
+        const auto refusal = Config::set_value(record, key, text);
+        EXPECT_THAT(refusal.value_or(Config::serialise(record)), HasSubstr(expected)) << key << " " << text;
+        EXPECT_EQ(Config::serialise(record) == before, refusal.has_value() || std::string_view(text) == "x");
+        EXPECT_EQ(Config::holds_nil_uuid(record, key), std::string_view(key) == "tenant_id" && text != id);
+    }
+}
+
+TEST(Uuid, is_only_what_has_the_text_form_in_either_case) {
+    const std::string text = id;
+    EXPECT_EQ(Config::Uuid::parse("6F9619FF-8B86-D011-B42D-00C04FC964FF").text(), text);
+    for (const char* const form : {"", "{{{}}}", " {}", "{} ", "{}0", "€{}", "{}{}"}) {
+        const std::string other = fmt::format(fmt::runtime(form), text, '\0');
+        EXPECT_TRUE(Config::Uuid::parse(other).is_nil()) << other;
+    }
+    for (const std::string& other : {text.substr(1), std::string("6f9619ff8b86d011b42d00c04fc964ff")}) {
+        EXPECT_TRUE(Config::Uuid::parse(other).is_nil()) << other;
+    }
+    const Config::Uuid generated = Config::Uuid::generate();
+    EXPECT_EQ(Config::Uuid::parse(generated.text()).text(), generated.text());
+    EXPECT_FALSE(generated.is_nil());
+}
+
+} // namespace

@@ -1,11 +1,11 @@
 #include "support/recorded_log.h"
 
 #include "logger/log.h"
+#include "logger/statement_sink.h"
 
 #include <fmt/format.h>
 #include <quill/Backend.h>
 #include <quill/Frontend.h>
-#include <quill/sinks/Sink.h>
 
 #include <sstream>
 #include <utility>
@@ -14,23 +14,18 @@ namespace RecordedLog {
 
 namespace {
 
-class Sink : public quill::Sink {
+class Sink : public Logger::StatementSink {
 public:
     std::vector<std::string> statements;
 
-    void write_log(const quill::MacroMetadata* metadata, std::uint64_t /*timestamp*/, std::string_view /*thread_id*/,
-                   std::string_view /*thread_name*/, const std::string& /*process_id*/, std::string_view /*logger*/,
-                   quill::LogLevel level, std::string_view /*level_description*/, std::string_view /*short_code*/,
-                   const std::vector<std::pair<std::string, std::string>>* /*named_args*/, std::string_view message,
-                   std::string_view /*statement*/) override {
-        const auto name = Logger::level_name(static_cast<Logger::Level>(level));
+    void write(const Logger::Statement& statement) override {
+        const auto name = Logger::level_name(static_cast<Logger::Level>(statement.level));
         // One version of the library hands over a message of several lines at once, the other line by line.
-        std::istringstream lines{std::string(message)};
+        std::istringstream lines{std::string(statement.message)};
         for (std::string line; std::getline(lines, line);) {
-            statements.push_back(fmt::format("{} {}: {}", name, metadata->caller_function(), line));
+            statements.push_back(fmt::format("{} {}: {}", name, statement.metadata.caller_function(), line));
         }
     }
-    void flush_sink() override {}
 };
 
 std::shared_ptr<Sink> sink;

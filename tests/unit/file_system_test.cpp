@@ -1,4 +1,4 @@
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
 
 #include "fakes/imports.h"
 #include "support/temporary_folder.h"
@@ -17,10 +17,10 @@ TEST(PathExists, takes_the_not_found_answers_for_no_and_throws_on_any_other) {
     });
     for (const DWORD not_found : {2UL, 3UL, 53UL, 123UL, 267UL}) {
         error = not_found;
-        EXPECT_FALSE(System::path_exists(long_path));
+        EXPECT_FALSE(Files::path_exists(long_path));
     }
     error = ERROR_ACCESS_DENIED;
-    EXPECT_THROW(System::path_exists(long_path), std::filesystem::filesystem_error);
+    EXPECT_THROW(Files::path_exists(long_path), std::filesystem::filesystem_error);
 }
 
 TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_folder_itself) {
@@ -37,11 +37,11 @@ TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_f
         return (*Fakes::CreateDirectoryW.original)(path, security);
     });
     const auto deep = folder.path() / L"\u20ac" / L"corvel";
-    EXPECT_FALSE(System::create_directories(deep));
-    EXPECT_FALSE(System::create_directories(deep));
+    EXPECT_FALSE(Files::create_directories(deep));
+    EXPECT_FALSE(Files::create_directories(deep));
     EXPECT_THAT(rights, testing::ElementsAre(L"", L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;OW)"
                                                   L"(A;OICI;0x1200a9;;;BU)"));
     put_file(deep / L"file", "x");
     EXPECT_EQ(get_file(deep / L"file"), "x");
-    EXPECT_EQ(System::create_directories(deep / L"file" / L"x").value(), ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(Files::create_directories(deep / L"file" / L"x").value(), ERROR_ALREADY_EXISTS);
 }

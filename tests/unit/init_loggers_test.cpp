@@ -46,7 +46,7 @@ private:
             const TemporaryFolder folder;
             prepare();
             testing::internal::CaptureStdout();
-            Logger::init_loggers(Logger::parse_log_level_config(levels), [this] {
+            Logger::init_loggers(Logger::parse_log_level_config(levels), false, [this] {
                 return preferred_can_be_made ? RecordedLog::make_sink() : throw std::runtime_error("Access denied.");
             });
             log();
@@ -158,7 +158,7 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as
         const auto code = static_cast<quill::LogLevel>(each);
         const quill::MacroMetadata data("src/load.cpp:120", each % 2 == 0 ? "load" : "Config::load", "{}", nullptr,
                                         code, quill::MacroMetadata::Event::Log);
-        sink.write_log(&data, 0, "", "", "", "main", code, "", "", nullptr, "", "gr\u00fc\u00df\n");
+        sink.write({data, "main", code, "", "gr\u00fc\u00df\n"});
     }
     EXPECT_EQ(level, std::size(levels));
 }

@@ -1,8 +1,8 @@
 // Inputs that somebody has tampered with: a few hundred of each kind, and as many as scripts/fuzz asks for.
 
-#include "config/file.h"
 #include "config/record.h"
 #include "crypto_win32/trust.h"
+#include "files/content.h"
 #include "logzipper_win32/internal/event_records.h"
 #include "support/event_record.h"
 
@@ -68,12 +68,12 @@ TEST_F(MutatedInputs, configurations_are_refused_or_stand_for_a_record_that_is_r
     mutate(Config::serialise(Config::Record()), [](const std::string& text) {
         Config::Record record;
         try {
-            Config::from_json(Config::parse_json(text), record);
+            Config::read_json(text, record);
         } catch (const nlohmann::json::exception&) {
             return;
         }
         Config::Record again;
-        Config::from_json(Config::parse_json(Config::serialise(record)), again);
+        Config::read_json(Config::serialise(record), again);
         EXPECT_EQ(Config::serialise(again), Config::serialise(record));
     });
 }
@@ -82,9 +82,9 @@ TEST_F(MutatedInputs, signatures_never_make_other_metadata_trusted) {
     const std::filesystem::path samples = std::filesystem::path(TEST_FIXTURES) / "sample_authorities";
     Crypto::init();
     ASSERT_TRUE(
-        Crypto::verify(Config::read(samples / "release.json"), Config::read(samples / "release.p7s")).trusted_release);
-    const std::string metadata = Config::read(samples / "release.json") + " ";
-    mutate(Config::read(samples / "release.p7s"), [&](const std::string& signature) {
+        Crypto::verify(Files::read(samples / "release.json"), Files::read(samples / "release.p7s")).trusted_release);
+    const std::string metadata = Files::read(samples / "release.json") + " ";
+    mutate(Files::read(samples / "release.p7s"), [&](const std::string& signature) {
         const Crypto::VerificationTrust trust = Crypto::verify(metadata, signature);
         EXPECT_FALSE(trust.trusted_developer || trust.trusted_release || trust.trusted_by_system);
     });

@@ -2,8 +2,6 @@
 
 #include "winconv/convert.h"
 
-#include <nlohmann/json.hpp>
-
 #include <windows.h>
 
 #include <algorithm>
@@ -20,16 +18,6 @@ std::string variable_name(std::string_view key) {
         return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
     });
     return name;
-}
-
-template <typename T>
-std::optional<std::string> apply_value(const std::string& text, T& field) {
-    try {
-        field = text_to_value<T>(text);
-        return std::nullopt;
-    } catch (const nlohmann::json::exception& error) {
-        return error.what();
-    }
 }
 
 } // namespace
@@ -53,12 +41,12 @@ std::optional<std::string> read_environment(const std::string& name) {
 
 std::vector<Override> apply_environment(Record& record) {
     std::vector<Override> overrides;
-    for_each_key([&](const char* key, auto member) {
+    for (const std::string& key : keys()) {
         std::string variable = variable_name(key);
         if (const auto text = read_environment(variable)) {
-            overrides.push_back({std::move(variable), apply_value(*text, record.*member)});
+            overrides.push_back({std::move(variable), set_value(record, key, *text)});
         }
-    });
+    }
     return overrides;
 }
 

@@ -37,7 +37,7 @@ ArchiveFile::ArchiveFile() : mz_stream{} {
 
 bool ArchiveFile::open(const std::filesystem::path& path) {
     std::error_code error;
-    file_ = System::create_file_anew(path, FILE_SHARE_READ, FILE_ATTRIBUTE_NORMAL, error);
+    file_ = Files::create_file_anew(path, FILE_SHARE_READ, FILE_ATTRIBUTE_NORMAL, error);
     return is_open();
 }
 

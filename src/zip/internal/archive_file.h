@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
 
 #include <mz_strm.h>
 
@@ -44,7 +44,7 @@ public:
 private:
     bool write_to_disk(const std::byte* bytes, std::size_t size);
 
-    System::FileHandle file_;
+    Files::FileHandle file_;
     std::array<std::byte, 65536> buffer_{};
     std::size_t buffered_ = 0;
     std::int64_t written_ = 0;

@@ -21,7 +21,7 @@ std::time_t unix_time(FILETIME time) {
 } // namespace
 
 void FileSource::open(const std::filesystem::path& path) {
-    file_ = System::open_file_to_read(path, error_);
+    file_ = Files::open_file_to_read(path, error_);
     if (file_ && GetFileInformationByHandle(file_.get(), &information_) == 0) {
         error_ = WinConv::last_error();
         file_.reset();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
 #include "winconv/error_text.h"
 
 #include <windows.h>
@@ -26,7 +26,7 @@ public:
     }
     /// Whether there is no such file, as is also assumed before open() is called.
     bool is_absent() const {
-        return System::means_not_found(error_);
+        return Files::means_not_found(error_);
     }
 
     std::uint32_t attributes() const {
@@ -42,7 +42,7 @@ public:
     std::int32_t read(std::span<char> buffer);
 
 private:
-    System::FileHandle file_;
+    Files::FileHandle file_;
     std::error_code error_ = WinConv::windows_error(ERROR_FILE_NOT_FOUND);
     BY_HANDLE_FILE_INFORMATION information_{};
     std::int64_t left_ = 0;

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace System {
+namespace Files {
 
 /// Returns the configuration file's path: "corvel\corvel.json" in the machine-wide program-data folder.
 /// Throws CorvelFatalException if the system does not name that folder.
@@ -20,4 +20,4 @@ std::filesystem::path get_temp_directory(bool create);
 /// std::filesystem::filesystem_error for the operation "temp_directory_path" with the path, if it is no folder.
 std::filesystem::path get_user_temp_directory();
 
-} // namespace System
+} // namespace Files

@@ -1,14 +1,12 @@
-#include "system_win32/internal/machine.h"
+#include "system_win32/detectors/architecture.h"
 
 #include "logger/log.h"
-#include "system_win32/internal/libraries.h"
-#include "winconv/time_text.h"
+#include "system_win32/detectors/libraries.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 
 namespace System {
 
@@ -31,17 +29,19 @@ constexpr std::array<Machine, 5> machines = {{
     {machine_arm64, processor_arm64, "arm64"},
 }};
 
-} // namespace
-
+// The machine code of a processor architecture of SYSTEM_INFO; 0 if unknown.
 std::uint16_t machine_of_processor(std::uint16_t processor) {
     const auto found = std::ranges::find(machines, processor, &Machine::processor);
     return found == machines.end() ? std::uint16_t{0} : found->code;
 }
 
-std::optional<std::string> architecture_name(std::uint16_t machine) {
+// The name of a machine code's architecture; null if unknown.
+const char* architecture_name(std::uint16_t machine) {
     const auto found = std::ranges::find(machines, machine, &Machine::code);
-    return found == machines.end() ? std::nullopt : std::optional<std::string>(found->name);
+    return found == machines.end() ? nullptr : found->name;
 }
+
+} // namespace
 
 std::uint16_t native_machine() {
     if (is_wow64_process2.address != nullptr) {
@@ -59,23 +59,16 @@ std::uint16_t native_machine() {
 
 std::string detect_native_arch() {
     const std::uint16_t code = native_machine();
-    auto name = architecture_name(code);
-    if (!name) {
+    const char* name = architecture_name(code);
+    if (name == nullptr) {
         LOG_WARNING(Logger::main,
                     "Assuming native architecture is same as agent architecture due to unknown machine architecture "
                     "{:#x}",
                     code);
         name = "x86_64";
     }
-    LOG_INFO(Logger::main, "Host architecture: {}", *name);
-    return *name;
-}
-
-std::string detect_up_since() {
-    const auto now = std::chrono::time_point_cast<WinConv::Ticks>(std::chrono::system_clock::now());
-    std::string text = WinConv::utc_text(now - std::chrono::milliseconds(GetTickCount64()));
-    LOG_INFO(Logger::main, "Restart time: {}", text);
-    return text;
+    LOG_INFO(Logger::main, "Host architecture: {}", name);
+    return name;
 }
 
 } // namespace System

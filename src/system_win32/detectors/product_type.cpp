@@ -1,7 +1,7 @@
-#include "system_win32/internal/product_type.h"
+#include "system_win32/detectors/product_type.h"
 
 #include "logger/log.h"
-#include "system_win32/internal/number.h"
+#include "system_win32/detectors/number.h"
 #include "system_win32/internal/wmi.h"
 
 #include <exception>
@@ -15,7 +15,7 @@ std::uint32_t detect_windows_product_type() {
                      "Failed to determine Win32_OperatingSystem values through WBEM",
                      "Licensed operating system enumeration failed");
         if (const auto row = rows.next()) {
-            return to_number<unsigned long>(std::stoul, "stoul", get_wmi_property(*row, L"OperatingSystemSKU", ""));
+            return to_unsigned(get_wmi_property(*row, L"OperatingSystemSKU", ""));
         }
     } catch (const std::exception& error) {
         LOG_ERROR(Logger::main, "{}", error.what());

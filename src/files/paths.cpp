@@ -1,6 +1,7 @@
-#include "system_win32/paths.h"
+#include "files/paths.h"
 
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
+#include "files/internal/protected_folder.h"
 #include "winconv/error_text.h"
 #include "winconv/fatal_exception.h"
 #include "winconv/owned.h"
@@ -16,7 +17,7 @@
 #include <array>
 #include <utility>
 
-namespace System {
+namespace Files {
 
 namespace {
 
@@ -50,7 +51,7 @@ std::filesystem::path get_temp_directory(bool create) {
     // A length beyond the capacity means that nothing was stored.
     if (length == 0 || length > MAX_PATH) {
         throw WinConv::CorvelFatalException(
-            fmt::format("Could not resolve Windows directory : {}", WinConv::format_error_code(GetLastError())));
+            fmt::format("Could not resolve Windows directory : {}", WinConv::last_error_text()));
     }
     auto folder = std::filesystem::path(buffer.data()) / L"Temp" / L"corvel";
     if (create && !path_exists(folder)) {
@@ -78,4 +79,4 @@ std::filesystem::path get_user_temp_directory() {
     return folder;
 }
 
-} // namespace System
+} // namespace Files

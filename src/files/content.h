@@ -5,7 +5,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace Config {
+namespace Files {
 
 /// Returns the whole content of a file as bytes, whatever the length of its path. Throws std::system_error: "read: "
 /// and the path as given, with the POSIX error.
@@ -18,4 +18,4 @@ std::string read(const std::filesystem::path& path);
 [[nodiscard]] std::error_code write_atomically(const std::filesystem::path& path, std::string_view bytes,
                                                int permissions);
 
-} // namespace Config
+} // namespace Files

@@ -1,7 +1,7 @@
-#include "system_win32/internal/licenses.h"
+#include "system_win32/detectors/licenses.h"
 
 #include "logger/log.h"
-#include "system_win32/internal/number.h"
+#include "system_win32/detectors/number.h"
 #include "system_win32/internal/wmi.h"
 
 #include <algorithm>
@@ -30,16 +30,14 @@ WindowsLicense license_of(IWbemClassObject& row) {
     license.value = optional_property(row, L"Name");
     license.family = optional_property(row, L"LicenseFamily");
     license.appid = optional_property(row, L"ApplicationID");
-    const std::int32_t status =
-        to_number<long>(std::stol, "stol", get_wmi_property(row, L"LicenseStatus", undocumented_status));
+    const std::int32_t status = to_signed(get_wmi_property(row, L"LicenseStatus", undocumented_status));
     if (status <= last_documented_status) {
         license.status = status;
     }
     return license;
 }
 
-} // namespace
-
+// Adds the product unless the list has one of the same family and status.
 void add_license(WindowsLicense license, std::vector<WindowsLicense>& licenses) {
     const bool seen = std::ranges::any_of(licenses, [&](const WindowsLicense& other) {
         return other.family == license.family && other.status == license.status;
@@ -48,6 +46,8 @@ void add_license(WindowsLicense license, std::vector<WindowsLicense>& licenses) 
         licenses.push_back(std::move(license));
     }
 }
+
+} // namespace
 
 std::string get_windows_license_edition() {
     std::string edition = "Unknown";

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace System {
+namespace Files {
 
 using FileHandle = WinConv::Owned<HANDLE, CloseHandle>;
 
@@ -37,12 +37,9 @@ bool path_exists(const std::filesystem::path& path);
 /// absolute and with the "\\?\" prefix if it is long, as it stands otherwise.
 std::filesystem::path extended_path(const std::filesystem::path& path);
 
-/// Creates a folder that the system, administrators and its owner may write to, and that users may read; it inherits no
-/// other rights. Returns the Windows error if that fails.
-[[nodiscard]] std::error_code create_protected_folder(const std::filesystem::path& folder);
-
-/// Creates the folder, protected as above, and every missing parent. Returns the Windows error of the first one that
-/// cannot be created; a folder that is there already is no error and stays as it is.
+/// Creates the folder and every missing parent. The folder itself is one that the system, administrators and its owner
+/// may write to, and that users may read. Returns the Windows error of the first one that cannot be created; a folder
+/// that is there already is no error and stays as it is.
 [[nodiscard]] std::error_code create_directories(const std::filesystem::path& folder);
 
-} // namespace System
+} // namespace Files

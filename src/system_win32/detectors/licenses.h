@@ -1,14 +1,11 @@
 #pragma once
 
-#include "system_win32/system_info.h"
+#include "system_win32/windows_license.h"
 
 #include <string>
 #include <vector>
 
 namespace System {
-
-/// Adds the product unless the list has one of the same family and status.
-void add_license(WindowsLicense license, std::vector<WindowsLicense>& licenses);
 
 /// Returns the family of the installed Windows licence, "Unknown" if there is none or WMI fails, which is logged.
 std::string get_windows_license_edition();

@@ -1,4 +1,4 @@
-#include "system_win32/internal/libraries.h"
+#include "system_win32/detectors/libraries.h"
 
 namespace System {
 

@@ -1,4 +1,4 @@
-#include "config/file.h"
+#include "files/content.h"
 
 #include "fakes/imports.h"
 #include "support/temporary_folder.h"
@@ -20,13 +20,13 @@ TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
     put_file(planted, "another link to what was left there, longer than what is written");
     ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
     SetFileAttributesW(planted.c_str(), FILE_ATTRIBUTE_READONLY);
-    EXPECT_FALSE(Config::write_atomically(target, content, 0644));
+    EXPECT_FALSE(Files::write_atomically(target, content, 0644));
     EXPECT_EQ(get_file(target), content);
     EXPECT_THAT(get_file(planted), testing::StartsWith("another"));
     EXPECT_FALSE(std::filesystem::exists(temporary));
 
     std::filesystem::create_directory(temporary);
-    EXPECT_EQ(Config::write_atomically(target, "new", 0644), std::errc::file_exists);
+    EXPECT_EQ(Files::write_atomically(target, "new", 0644), std::errc::file_exists);
     EXPECT_EQ(get_file(target), content);
 }
 
@@ -39,7 +39,7 @@ TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_th
         return interruptions-- > 0 ? FALSE
                                    : (*Fakes::WriteFile.original)(file, bytes, std::min(length, 2UL), written, place);
     });
-    EXPECT_FALSE(Config::write_atomically(target, content, 0444));
+    EXPECT_FALSE(Files::write_atomically(target, content, 0444));
     EXPECT_EQ(get_file(target), content);
     EXPECT_TRUE((GetFileAttributesW(target.c_str()) & FILE_ATTRIBUTE_READONLY) != 0);
     SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -52,7 +52,7 @@ TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
         SetLastError(ERROR_FILE_NOT_FOUND);
         return INVALID_HANDLE_VALUE;
     });
-    EXPECT_THAT([&] { Config::read(path); },
+    EXPECT_THAT([&] { Files::read(path); },
                 testing::ThrowsMessage<std::system_error>(testing::StartsWith("read: C:\\xxx")));
 }
 

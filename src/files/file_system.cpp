@@ -1,16 +1,14 @@
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
 
+#include "files/internal/protected_folder.h"
 #include "winconv/error_text.h"
-#include "winconv/owned.h"
 
 #include <windows.h>
-
-#include <sddl.h>
 
 #include <cstddef>
 #include <string>
 
-namespace System {
+namespace Files {
 
 namespace {
 
@@ -24,12 +22,6 @@ FileHandle open_file(const std::filesystem::path& path, DWORD access, DWORD shar
     }
     error.clear();
     return FileHandle(file);
-}
-
-using SecurityDescriptor = WinConv::Owned<PSECURITY_DESCRIPTOR, LocalFree>;
-
-std::error_code create_folder(const std::filesystem::path& folder, SECURITY_ATTRIBUTES* security) {
-    return CreateDirectoryW(folder.c_str(), security) != 0 ? std::error_code() : WinConv::last_error();
 }
 
 bool is_folder(const std::filesystem::path& path) {
@@ -101,18 +93,6 @@ std::filesystem::path extended_path(const std::filesystem::path& path) {
     return full.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + full.substr(1) : LR"(\\?\)" + full;
 }
 
-std::error_code create_protected_folder(const std::filesystem::path& folder) {
-    // All rights for the system, for administrators and for the owner, whoever that is; users read.
-    constexpr auto rights = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;OW)(A;OICI;FRFX;;;BU)";
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(rights, SDDL_REVISION_1, &descriptor, nullptr) == 0) {
-        return WinConv::last_error();
-    }
-    const SecurityDescriptor owner(descriptor);
-    SECURITY_ATTRIBUTES security{sizeof security, descriptor, FALSE};
-    return create_folder(folder, &security);
-}
-
 std::error_code create_directories(const std::filesystem::path& folder) {
     std::filesystem::path current;
     for (const auto& component : folder) {
@@ -121,8 +101,12 @@ std::error_code create_directories(const std::filesystem::path& folder) {
         if (!current.has_relative_path() || is_folder(current)) {
             continue;
         }
-        const std::error_code error =
-            current == folder ? create_protected_folder(current) : create_folder(current, nullptr);
+        std::error_code error;
+        if (current == folder) {
+            error = create_protected_folder(current);
+        } else if (CreateDirectoryW(current.c_str(), nullptr) == 0) {
+            error = WinConv::last_error();
+        }
         // Someone else may have created it in the meantime.
         if (error && !is_folder(current)) {
             return error;
@@ -131,4 +115,4 @@ std::error_code create_directories(const std::filesystem::path& folder) {
     return {};
 }
 
-} // namespace System
+} // namespace Files

@@ -1,7 +1,7 @@
-#include "system_win32/internal/os_facts.h"
+#include "system_win32/detectors/os_facts.h"
 
-#include "system_win32/internal/libraries.h"
-#include "system_win32/internal/machine.h"
+#include "system_win32/detectors/architecture.h"
+#include "system_win32/detectors/libraries.h"
 #include "winconv/convert.h"
 #include "winconv/fatal_exception.h"
 

@@ -1,4 +1,4 @@
-#include "system_win32/internal/os_name.h"
+#include "system_win32/detectors/os_name.h"
 
 #include "logger/log.h"
 
@@ -19,25 +19,24 @@ struct WindowsName {
     std::uint32_t minor;
     bool is_server;
     bool add_architecture;
-    bool newest; // not part of the name
     std::optional<std::uint32_t> min_build;
 };
 
 // Searched in this order: of one version, the entries with the higher least build come first.
 constexpr std::array<WindowsName, 13> windows_names = {{
-    {"Windows Server 2025", 10, 0, true, false, true, 26100},
-    {"Windows 11", 10, 0, false, true, true, 22000},
-    {"Windows Server 2022", 10, 0, true, false, true, 20348},
-    {"Windows Server 2019", 10, 0, true, false, false, 17763},
-    {"Windows 10", 10, 0, false, true, false, {}},
-    {"Windows Server 2016", 10, 0, true, false, false, 14393},
-    {"Windows Server 2012 R2", 6, 3, true, false, false, {}},
-    {"Windows 8.1", 6, 3, false, true, false, {}},
-    {"Windows 8", 6, 2, false, true, false, {}},
-    {"Windows Server 2012", 6, 2, true, false, false, {}},
-    {"Windows 7", 6, 1, false, true, false, {}},
-    {"Windows Server 2008 R2", 6, 1, true, true, false, {}},
-    {"Windows Server 2008", 6, 0, true, true, false, {}},
+    {"Windows Server 2025", 10, 0, true, false, 26100},
+    {"Windows 11", 10, 0, false, true, 22000},
+    {"Windows Server 2022", 10, 0, true, false, 20348},
+    {"Windows Server 2019", 10, 0, true, false, 17763},
+    {"Windows 10", 10, 0, false, true, {}},
+    {"Windows Server 2016", 10, 0, true, false, 14393},
+    {"Windows Server 2012 R2", 6, 3, true, false, {}},
+    {"Windows 8.1", 6, 3, false, true, {}},
+    {"Windows 8", 6, 2, false, true, {}},
+    {"Windows Server 2012", 6, 2, true, false, {}},
+    {"Windows 7", 6, 1, false, true, {}},
+    {"Windows Server 2008 R2", 6, 1, true, true, {}},
+    {"Windows Server 2008", 6, 0, true, true, {}},
 }};
 
 constexpr std::array<std::uint32_t, 13> server_core_products = {12, 13, 14, 29, 39, 40, 41, 43, 44, 45, 46, 145, 146};

@@ -1,5 +1,7 @@
-// The guard of the stack protector, which GNU compilers otherwise leave to a library: that one asks a cryptographic
-// provider for it at start-up, and so loads a dozen other libraries before the search for them is confined.
+// What starts differently with GNU compilers.
+//
+// They leave the guard of the stack protector to a library, which asks a cryptographic provider for it at start-up and
+// so loads a dozen other libraries before the search for them is confined. Here it is made without any.
 
 #include "dll/search.h"
 
@@ -10,6 +12,9 @@
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming): the compiler's.
 extern "C" {
+// Arguments stay as they are typed: the C library would replace one that has "*" or "?" in it by names of files.
+int _dowildcard = 0;
+
 std::uintptr_t __stack_chk_guard = 0;
 [[noreturn]] void __stack_chk_fail();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system_win32/internal/os_facts.h"
+#include "system_win32/detectors/os_facts.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "system_win32/internal/network.h"
+#include "system_win32/detectors/network.h"
 
 #include "logger/log.h"
 #include "winconv/convert.h"
@@ -27,10 +27,6 @@ namespace {
 constexpr std::size_t longest_host_name = 255;
 
 using Addresses = WinConv::Owned<ADDRINFOW*, FreeAddrInfoW>;
-
-std::string last_error_text() {
-    return WinConv::format_error_code(GetLastError());
-}
 
 Addresses resolve(const std::wstring& host) {
     ADDRINFOW hints{};
@@ -118,7 +114,7 @@ std::optional<std::string> get_best_interface_ip4(DWORD destination) {
 SocketLibrary::SocketLibrary() {
     WSADATA data{};
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
-        throw WinConv::CorvelFatalException("Failed to startup winsock: " + last_error_text());
+        throw WinConv::CorvelFatalException("Failed to startup winsock: " + WinConv::last_error_text());
     }
 }
 
@@ -129,7 +125,7 @@ SocketLibrary::~SocketLibrary() {
 std::string detect_hostname(const SocketLibrary& /*sockets*/) {
     std::array<char, longest_host_name + 1> name{};
     if (gethostname(name.data(), static_cast<int>(name.size())) != 0) {
-        throw WinConv::CorvelFatalException("Failed to retrieve host name: " + last_error_text());
+        throw WinConv::CorvelFatalException("Failed to retrieve host name: " + WinConv::last_error_text());
     }
     return WinConv::native_to_utf8(WinConv::ansi_to_native(name.data()));
 }
@@ -139,7 +135,7 @@ std::string detect_ip_address(const SocketLibrary& /*sockets*/, const std::strin
     const std::wstring native_url = WinConv::utf8_to_native(url);
     URL_COMPONENTS components{};
     if (!split_url(native_url, components)) {
-        throw WinConv::CorvelFatalException("Invalid api url: " + last_error_text());
+        throw WinConv::CorvelFatalException("Invalid api url: " + WinConv::last_error_text());
     }
     Addresses addresses = resolve(std::wstring(components.lpszHostName, components.dwHostNameLength));
     if (!addresses) {

@@ -1,6 +1,6 @@
-#include "config/file.h"
+#include "files/content.h"
 
-#include "system_win32/file_system.h"
+#include "files/file_system.h"
 #include "winconv/convert.h"
 #include "winconv/error_text.h"
 
@@ -11,7 +11,7 @@
 #include <climits>
 #include <cstddef>
 
-namespace Config {
+namespace Files {
 
 namespace {
 
@@ -47,7 +47,7 @@ std::error_code write_all(HANDLE file, std::string_view bytes) {
 std::error_code write_file(const std::filesystem::path& path, std::string_view bytes, int permissions) {
     const DWORD attributes = (permissions & any_write_bit) != 0 ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_READONLY;
     std::error_code error;
-    System::FileHandle file = System::create_file_anew(path, FILE_SHARE_READ | FILE_SHARE_WRITE, attributes, error);
+    FileHandle file = create_file_anew(path, FILE_SHARE_READ | FILE_SHARE_WRITE, attributes, error);
     if (!file) {
         return posix_error(error);
     }
@@ -58,7 +58,7 @@ std::error_code write_file(const std::filesystem::path& path, std::string_view b
     // Closed before it is deleted or moved: the system does neither to an open file.
     file.reset();
     if (error) {
-        System::delete_file(path);
+        delete_file(path);
     }
     return error;
 }
@@ -71,7 +71,7 @@ std::error_code write_file(const std::filesystem::path& path, std::string_view b
 
 std::string read(const std::filesystem::path& path) {
     std::error_code error;
-    const System::FileHandle file = System::open_file_to_read(path, error);
+    const FileHandle file = open_file_to_read(path, error);
     if (!file) {
         throw_read_error(path, error);
     }
@@ -100,10 +100,10 @@ std::error_code write_atomically(const std::filesystem::path& path, std::string_
     }
     if (MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED) == 0) {
         const std::error_code error = WinConv::last_error();
-        System::delete_file(temporary);
+        delete_file(temporary);
         return error;
     }
     return {};
 }
 
-} // namespace Config
+} // namespace Files
