@@ -1,6 +1,7 @@
 """The set command and the dispatcher, run by the real executable against real files and a real service."""
 
 import json
+import os
 import subprocess
 
 from wine_host import CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, IN_WINE, PREFIX, SERVICE_RECORD, HostTest, in_wine
@@ -26,23 +27,22 @@ class SetCommand(HostTest):
         self.expect_file(tenant_id=ID)
         self.assertEqual(SERVICE_RECORD.read_text().split("\n"), ["stop control", "stopped", "running", ""])
 
-    def test_every_key_is_stored_bare_or_as_json(self):
-        self.corvelctl("set", "webapp_addr", "https://grüße.example/€", "host_id", f'"{ID}"', "log_level",
-                       '"debug,dll=warning"', "self_update_addr", '"a\\u20acb"', "self_update_profile", '"test"',
-                       "self_update", "false", "skip_power_check", "true", status=1, err=NO_TENANT)
-        stored = {"webapp_addr": "https://grüße.example/€", "host_id": ID, "log_level": "debug,dll=warning",
-                  "self_update_addr": "a€b", "self_update_profile": "test", "self_update": False,
-                  "skip_power_check": True}
-        self.expect_file(**stored)
-        self.corvelctl("set", "webapp_addr", "first", "webapp_addr", "last", status=1, err=NO_TENANT)
-        self.expect_file(**{**stored, "webapp_addr": "last"})
+    def test_every_key_is_stored_as_it_was_typed(self):
+        address = 'https://grüße.example/€ * ?\\"'
+        self.corvelctl("set", "webapp_addr", address, "host_id", f'"{ID}"', "log_level", '"debug,dll=warning"',
+                       "self_update_addr", '"a\\u20acb"', "self_update_profile", '"test"', "self_update", "false",
+                       "skip_power_check", "true", status=1, err=NO_TENANT)
+        self.expect_file(webapp_addr=address, host_id=ID, log_level="debug,dll=warning", self_update_addr="a€b",
+                         self_update_profile="test", self_update=False, skip_power_check=True)
 
-    def test_set_alone_writes_what_file_and_environment_hold(self):
+    def test_a_file_that_is_writable_and_open_elsewhere_is_replaced(self):
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}'
                                 b"\r\n")
-        self.corvelctl("set", status=1, err=NO_TENANT, SELF_UPDATE="true", WEBAPP_ADDR="gelände")
+        with CONFIG_FILE.open():
+            self.corvelctl("set", status=1, err=NO_TENANT, SELF_UPDATE="true", WEBAPP_ADDR="gelände")
         self.expect_file(skip_power_check=True, webapp_addr="gelände")
+        self.assertTrue(CONFIG_FILE.stat().st_mode & 0o200)
 
     def test_a_failed_restart_is_no_failure_even_if_nothing_can_be_shown(self):
         with open("/dev/full", "wb") as full:
@@ -51,9 +51,15 @@ class SetCommand(HostTest):
                 self.assertEqual(done.returncode, status, arguments)
         self.expect_file(tenant_id=ID)
 
-    def test_a_terminal_shows_the_same_messages(self):
+    def test_a_terminal_shows_the_same_messages_and_only_critical_statements(self):
         line = f"stty cols 400; {IN_WINE} {PREFIX} {CORVELCTL} set € x"
         done = subprocess.run(["script", "-qec", line, "/dev/null"], stdin=subprocess.DEVNULL, capture_output=True,
-                              encoding="utf-8", check=False)
+                              encoding="utf-8", check=False, env={**os.environ, "SELF_UPDATE": "yes"})
         self.assertEqual(done.returncode, 1)
         self.assertIn('Unknown key/value pairs: {"€": "x"}', done.stdout)
+        self.assertNotIn("LOG_", done.stdout)
+
+    def test_other_words_show_the_usage(self):
+        for words in ["Set"], ["help", "set"], ["verify_release"], ["verify_release", "a"], ["verify_release", *"abc"]:
+            done = in_wine(CORVELCTL, *words)
+            self.assertEqual((done.returncode, done.stdout[:25], done.stderr), (1, "Usage: corvelctl set <key", ""))

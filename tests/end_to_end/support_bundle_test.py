@@ -1,11 +1,13 @@
 """create_support_bundle, run by the real executable; its archives are read by other programs."""
 
+import calendar
 import json
 import os
 import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import zipfile
@@ -15,6 +17,9 @@ from wine_host import CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, DRIVE_C, HostTest, 
 SCRATCH = DRIVE_C / "windows" / "Temp" / "corvel"
 CBS = DRIVE_C / "windows" / "Logs" / "CBS" / "CBS.log"
 FIXED = ["corvel_syslog.txt", "corvel_metadata.txt", "corvel_svcstatus.txt"]
+READERS = ["unzip", "-tq"], ["bsdtar", "-xOf"], ["7z", "t"], [sys.executable, "-m", "zipfile", "-t"]
+WINDOWS = r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion"
+PRODUCT = r"HKEY_LOCAL_MACHINE\System\CurrentControlSet\Control\ProductOptions"
 
 
 class SupportBundle(HostTest):
@@ -25,18 +30,22 @@ class SupportBundle(HostTest):
         CONFIG_FOLDER.mkdir(parents=True)
         self.install_service()
 
-    def create(self, *options, good=True):
+    def create(self, *options, good=True, **environment):
         """Makes a bundle, checks what is said about it and what readers say of it, and returns the archive."""
-        done = in_wine(CORVELCTL, "create_support_bundle", *(options or ["--exclude", "wu"]), cwd=self.folder)
+        done = in_wine(CORVELCTL, "create_support_bundle", *(options or ["--exclude", "wu"]), cwd=self.folder,
+                       env={**os.environ, **environment})
         outcome = "SUCCESS" if good else "ERROR while"
         said = re.fullmatch(r"creating corvel support bundle at: (Z:\S+\\(corvel-support-bundle_\d{4}-\d\d-\d\d_"
                             rf"\d\d-\d\d-\d\d\.zip))\n{outcome} writing corvel support bundle\n", done.stdout)
         self.assertTrue(said, done)
         self.assertEqual((done.returncode, done.stderr), (0 if good else 1, ""))
         path = self.folder / said.group(2)
-        for reader in ["unzip", "-tq"], ["bsdtar", "-xOf"]:
+        for reader in READERS:
             subprocess.run([*reader, path], check=True, stdout=subprocess.DEVNULL)
         return self.enterContext(zipfile.ZipFile(path))
+
+    def document(self, **options):
+        return json.loads(self.create(**options).read("corvel_metadata.txt"))
 
     def test_members_stand_in_order_with_their_content_headers_times_and_attributes(self):
         CONFIG_FILE.write_text('{"log_level":"debug"}')
@@ -55,7 +64,7 @@ class SupportBundle(HostTest):
         (CONFIG_FOLDER / "größe €.log").chmod(0o444)
         self.addCleanup(CBS.unlink)
 
-        archive = self.create("--exclude", "x")
+        archive = self.create("--exclude", "x", TZ="JST-9")
         self.assertEqual(archive.namelist(), [*FIXED, "corvel.json", "update.log", "windows_cbs.log", ".a.log",
                                               "both.log", "größe €.log", "n" * 251 + ".log", "update.log"])
         self.assertEqual(archive.read("both.log"), b"scratch")
@@ -64,31 +73,64 @@ class SupportBundle(HostTest):
         self.assertEqual(archive.read(archive.infolist()[4]), b"1")
         self.assertEqual(archive.read("corvel_svcstatus.txt"), b"SERVICE_RUNNING")
         for entry in archive.infolist():
-            # The flags say UTF-8 names, best compression, and sizes behind the data.
+            # The flags say UTF-8 names, best compression, and sizes after the data.
             self.assertEqual((entry.create_system, entry.create_version, entry.compress_type, entry.flag_bits),
                              (10, 45, zipfile.ZIP_DEFLATED, 0x80A), entry.filename)
-        self.assertEqual(len({entry.date_time for entry in archive.infolist()[:3]}), 1)
-        self.assertEqual(archive.infolist()[4].date_time[:5], time.localtime(1700000000)[:5])
+        # The name has UTC, the list local time.
+        named = calendar.timegm(time.strptime(archive.filename[-23:-4], "%Y-%m-%d_%H-%M-%S"))
+        made = {calendar.timegm((*entry.date_time, 0, 0, 0)) - 9 * 3600 for entry in archive.infolist()[:3]}
+        self.assertEqual(len(made), 1)
+        for moment in named, *made:
+            self.assertLess(abs(time.time() - moment), 60)
+        self.assertEqual(archive.infolist()[4].date_time, (*time.gmtime(1700000000 + 9 * 3600)[:5], 20))
 
-    def test_the_metadata_tells_of_configuration_and_machine(self):
-        for content, malformed in (None, True), ("", True), ("// c\n{}", True), ('{"x":"ü"}', False):
+    def test_the_metadata_tells_of_the_configuration(self):
+        for content, malformed in (None, True), ("", True), ("// c\n{}", True), ("[[[[", True), ('{"x":"ü"}', False):
             there = content is not None
             if there:
                 CONFIG_FILE.write_text(content, encoding="utf-8")
-            text = self.create().read("corvel_metadata.txt").decode("utf-8")
-            document = json.loads(text)
+            document = self.document()
             self.assertEqual({key: document[key] for key in document if key.startswith("cfg")}, {
                 "cfgfile_path_findable": True, "cfgfile_filepath": r"C:\ProgramData\corvel\corvel.json",
                 "cfgfile_contents": content if there else "unknown", "cfgfile_exists": there,
                 "cfgfile_readable": there, "cfgfile_json_malformed": malformed})
-        self.assertEqual(text, json.dumps(document, sort_keys=True, separators=(",", ":"), ensure_ascii=False))
+        CONFIG_FILE.unlink()
+        CONFIG_FILE.mkdir()
+        document = self.document(good=False)
+        self.assertEqual((document["cfgfile_exists"], document["cfgfile_readable"]), (True, False))
+
+    def test_the_metadata_tells_of_the_machine(self):
+        document = self.document()
         self.assertEqual((document["agent_package_type"], document["os_class"], document["logstyle"]), ("MSI", 4, 0))
         self.assertEqual(document["hostname"].lower(), in_wine("hostname").stdout.strip().lower())
         self.assertRegex(document["ip_addresses"], r"^(\d+\.\d+\.\d+\.\d+|Unknown ip)$")
         self.assertEqual(document["arch"], {"build": "x86_64", "native": "x64"})
         self.assertEqual(document["os_licenses"], ["Unknown", "product_type=28"])
         self.assertEqual(document["entitlements"], [{"status": "LICENSED", "type": "license"}])
-        self.assertRegex(document["system_uptime_since"], r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{7}$")
+        self.assertEqual(document["os_name"], "Windows 7 for x64-based Systems Service Pack 1")
+        since, fraction = document["system_uptime_since"].split(".")
+        self.assertRegex(fraction, r"^\d{7}$")
+        started = time.time() - time.clock_gettime(time.CLOCK_BOOTTIME)
+        self.assertLess(abs(started - calendar.timegm(time.strptime(since, "%Y-%m-%d %H:%M:%S"))), 60)
+
+    def test_windows_is_named_after_the_registry(self):
+        def describe(version, build, service_pack, product, levels, names):
+            changes = self.folder / "changes.reg"
+            changes.write_text(
+                f'REGEDIT4\n\n[{WINDOWS}]\n"CurrentVersion"="{version}"\n"CurrentBuildNumber"="{build}"\n'
+                f'"CSDVersion"="{service_pack}"\n"DisplayVersion"=-\n"ReleaseId"=-\n{names}\n\n'
+                f'[{WINDOWS}\\Server\\ServerLevels]\n"ServerCore"={levels}\n\n'
+                f'[{PRODUCT}]\n"ProductType"="{product}"\n')
+            in_wine("reg", "import", changes)
+
+        self.addCleanup(describe, "6.1", 7601, "Service Pack 1", "WinNT", "-", "")
+        for name, version, build, product, levels in (
+                ("Windows 11 Version 23H2 for x64-based Systems", '"DisplayVersion"="23H2"', 22631, "WinNT", "-"),
+                ("Windows 10 Version 2009 for x64-based Systems", '"ReleaseId"="2009"', 19045, "WinNT", "-"),
+                ("Windows Server 2019 (Server Core Installation)", '"DisplayVersion"="1809"', 17763, "ServerNT", "dword:1"),
+                ("Windows Server 2022", '"DisplayVersion"="21H2"', 20348, "LanmanNT", "dword:0")):
+            describe("10.0", build, "", product, levels, version)
+            self.assertEqual(self.document()["os_name"], name)
 
     def test_what_cannot_be_had_fails_its_member_alone(self):
         self.remove_service()

@@ -1,5 +1,6 @@
 """verify_release, run by the real program built with authorities of which the tests have the keys."""
 
+import contextlib
 import hashlib
 import os
 import pathlib
@@ -13,6 +14,8 @@ from wine_host import BINARIES, CONFIG_FOLDER, in_wine, run_script
 
 AUTHORITIES = BINARIES / "authorities"
 METADATA = b'{"version":"4.2.1"}\n'
+AUTHORITY = "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertSign"
+SIGNER = "basicConstraints = critical, CA:FALSE\n"
 
 
 class VerifyRelease(unittest.TestCase):
@@ -22,17 +25,17 @@ class VerifyRelease(unittest.TestCase):
         shutil.rmtree(CONFIG_FOLDER, ignore_errors=True)
         cls.metadata = cls.folder / "release.json"
         cls.metadata.write_bytes(METADATA)
-        cls.run_script("issue_signer", AUTHORITIES / "release", "release")
-        cls.run_script("issue_signer", AUTHORITIES / "developer", "developer")
+        cls.issue("release", AUTHORITIES / "release")
+        cls.issue("developer", AUTHORITIES / "developer")
 
     @classmethod
-    def run_script(cls, script, *arguments):
-        run_script(script, *arguments, folder=cls.folder)
+    def issue(cls, name, authority, extensions=None, days="30"):
+        run_script("issue_signer", authority, name, days, *([extensions] if extensions else []), folder=cls.folder)
 
     def expect(self, signer, trust, *options, profile="production", verdict="failed", metadata=None, judged=None):
         """Signs, verifies and checks the whole verdict block; trust holds the letters of developer, release, system."""
         metadata = metadata or self.metadata
-        self.run_script("sign_release", metadata, "signature", signer, *options)
+        run_script("sign_release", metadata, "signature", signer, *options, folder=self.folder)
         done = in_wine(BINARIES / "corvelctl_test.exe", "verify_release", judged or metadata, "signature",
                        cwd=self.folder, env={**os.environ, "SELF_UPDATE_PROFILE": f'"{profile}"'})
         developer, release, system = ("yes" if letter in trust else "no" for letter in "drs")
@@ -40,38 +43,64 @@ class VerifyRelease(unittest.TestCase):
             f"Verification result: {verdict}\n - Verification profile: {profile}\n - Trusted developer: {developer}\n"
             f" - Trusted release: {release}\n - Trusted by system: {system}\n", "", 0 if verdict == "success" else 1))
 
+    @contextlib.contextmanager
+    def trusted_by_the_system(self, certificate):
+        """Puts a certificate into the user's store of roots for a while."""
+        der = ssl.PEM_cert_to_DER_cert((self.folder / certificate).read_text())
+        root = rf"HKCU\Software\Microsoft\SystemCertificates\ROOT\Certificates\{hashlib.sha1(der).hexdigest().upper()}"
+        blob = struct.pack("<III", 32, 1, len(der)) + der  # the property that is the certificate itself
+        self.assertEqual(in_wine("reg", "add", root, "/v", "Blob", "/t", "REG_BINARY", "/d", blob.hex()).returncode, 0)
+        try:
+            yield
+        finally:
+            in_wine("reg", "delete", root, "/f")
+
     def test_each_authority_is_told_and_judged_by_the_profile(self):
         self.expect("release", "r")
         self.expect("release", "r", profile="test")
         self.expect("developer", "d", profile="test", verdict="success")
         self.expect("developer", "d")
 
-    def test_an_intermediate_is_taken_from_the_message(self):
-        self.run_script("issue_signer", AUTHORITIES / "release", "between", "30",
-                        "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertSign")
-        self.run_script("issue_signer", "between", "below")
+    def test_an_intermediate_is_taken_from_the_message_if_it_may_issue_certificates(self):
+        self.issue("between", AUTHORITIES / "release", f"{AUTHORITY}\nbasicConstraints = critical, CA:TRUE, pathlen:0")
+        self.issue("below", "between")
         self.expect("below", "r", "-certfile", "between.pem")
         self.expect("below", "")
+        self.issue("second", "between", AUTHORITY)
+        self.issue("too_far_below", "second")
+        (self.folder / "both.pem").write_text("".join((self.folder / f"{name}.pem").read_text()
+                                                      for name in ("between", "second")))
+        self.expect("too_far_below", "", "-certfile", "both.pem")
+        self.issue("below_a_signer", "release")
+        self.expect("below_a_signer", "", "-certfile", "release.pem")
 
-    def test_a_root_counts_once_the_system_has_it(self):
-        self.run_script("issue_authorities", "other", "Someone else")
-        self.run_script("issue_signer", "other/release", "foreign")
+    def test_a_name_alone_makes_no_authority(self):
+        run_script("issue_authorities", "rival", "Corvel tests", folder=self.folder)
+        self.issue("forged", "rival/release", SIGNER + "authorityKeyIdentifier = none")
+        self.expect("forged", "")
+        self.expect("forged", "", "-certfile", "rival/release.pem")
+        # Only an administrator makes the system trust it; then it is known by its name, as the documents say.
+        with self.trusted_by_the_system("rival/release.pem"):
+            self.expect("forged", "r", "-certfile", "rival/release.pem")
+
+    def test_a_root_counts_once_the_system_has_it_and_names_are_told_apart_by_case(self):
+        run_script("issue_authorities", "other", "CORVEL TESTS", folder=self.folder)
+        self.issue("foreign", "other/release")
         self.expect("foreign", "")
-        der = ssl.PEM_cert_to_DER_cert((self.folder / "other" / "release.pem").read_text())
-        root = rf"HKCU\Software\Microsoft\SystemCertificates\ROOT\Certificates\{hashlib.sha1(der).hexdigest().upper()}"
-        blob = struct.pack("<III", 32, 1, len(der)) + der  # the property that is the certificate itself
-        self.addCleanup(in_wine, "reg", "delete", root, "/f")
-        self.assertEqual(in_wine("reg", "add", root, "/v", "Blob", "/t", "REG_BINARY", "/d", blob.hex()).returncode, 0)
-        self.expect("foreign", "s")
+        with self.trusted_by_the_system("other/release.pem"):
+            self.expect("foreign", "s")
 
-    def test_an_expired_signer_is_not_trusted(self):
-        self.run_script("issue_signer", AUTHORITIES / "release", "expired", "-1")
+    def test_a_signer_that_is_expired_or_has_an_unknown_critical_extension_is_not_trusted(self):
+        self.issue("expired", AUTHORITIES / "release", days="-1")
         self.expect("expired", "")
+        self.issue("critical", AUTHORITIES / "release", SIGNER + "1.2.3.4.5 = critical, ASN1:UTF8String:x")
+        self.expect("critical", "")
 
     def test_altered_metadata_is_not_trusted_but_under_the_profile_that_asks_for_nothing(self):
         altered = self.folder / "altered.json"
-        altered.write_bytes(METADATA.replace(b"4", b"5"))
-        self.expect("developer", "", profile="test", judged=altered)
+        for content in METADATA.replace(b"4", b"5"), METADATA + b"\n", METADATA[:-1], b"":
+            altered.write_bytes(content)
+            self.expect("developer", "", profile="test", judged=altered)
         self.expect("developer", "", profile="unsigned", verdict="success", judged=altered)
 
     def test_large_metadata_under_a_long_path_beyond_ascii(self):

@@ -10,6 +10,9 @@ using System::OsFacts;
 TEST(OsName, is_that_of_security_advisories) {
     const std::pair<OsFacts, const char*> cases[] = {
         {{10, 0, 26100, true, 7, 0x8664, "24H2"}, "Windows Server 2025"},
+        {{10, 0, 26099, true, 7, 0x8664}, "Windows Server 2022"},
+        {{10, 0, 20347, true, 7, 0x8664}, "Windows Server 2019"},
+        {{10, 0, 17762, true, 7, 0x8664}, "Windows Server 2016"},
         {{10, 0, 22000, false, 175, 0xAA64, "21H2"}, "Windows 11 Version 21H2 for ARM64-based Systems"},
         {{10, 0, 21999, false, 0, 0x14C, "21H1"}, "Windows 10 Version 21H1 for 32-bit Systems"},
         {{10, 0, 19045, false, 0, 0x8664}, "Windows 10 for x64-based Systems"},

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(Verdict, needs_nobody_the_developer_or_all_three) {
+TEST(Verdict, of_the_profile_test_needs_the_developer_and_that_of_production_all_three) {
     for (int bits = 0; bits < 8; ++bits) {
         const Crypto::VerificationTrust trust{(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0};
         EXPECT_TRUE(Commands::is_acceptable(Config::SelfUpdateProfile::Unsigned, trust));

@@ -5,7 +5,7 @@
 
 namespace {
 
-class NothingIsLeftForEachTest : public testing::EmptyTestEventListener {
+class StartsEachTestAfresh : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo& /*test*/) override {
         RecordedLog::take();
         Config::current() = Config::Record();
@@ -17,6 +17,6 @@ class NothingIsLeftForEachTest : public testing::EmptyTestEventListener {
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);
     RecordedLog::start();
-    testing::UnitTest::GetInstance()->listeners().Append(new NothingIsLeftForEachTest);
+    testing::UnitTest::GetInstance()->listeners().Append(new StartsEachTestAfresh);
     return RUN_ALL_TESTS();
 }

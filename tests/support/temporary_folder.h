@@ -2,17 +2,18 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
-/// An empty folder, the current one until the test ends, and then removed with all that is in it.
+/// An empty folder with a name of its own, the current one until the test ends, and then removed with all that is in
+/// it.
 class TemporaryFolder {
 public:
-    TemporaryFolder()
-        : path_(std::filesystem::temp_directory_path() / (L"corvel-test-" + std::to_wstring(GetCurrentProcessId()))) {
-        std::filesystem::remove_all(path_);
+    TemporaryFolder() : path_(unused_path()) {
         std::filesystem::create_directory(path_);
         std::filesystem::current_path(path_);
     }
@@ -20,16 +21,35 @@ public:
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
         std::filesystem::current_path(before_);
-        // A file that the process still has open stays until the next test of the name.
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        clear();
+        std::error_code error;
+        std::filesystem::remove(path_, error);
+        EXPECT_FALSE(error) << "left behind: " << path_;
     }
 
     const std::filesystem::path& path() const {
         return path_;
     }
 
+    /// Removes what is in the folder, read-only files as well.
+    void clear() const {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path_)) {
+            SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+        }
+        for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+            std::filesystem::remove_all(entry, ignored);
+        }
+    }
+
 private:
+    static std::filesystem::path unused_path() {
+        LARGE_INTEGER count{};
+        QueryPerformanceCounter(&count);
+        const std::wstring name = std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(count.QuadPart);
+        return std::filesystem::temp_directory_path() / (L"corvel-test-" + name);
+    }
+
     std::filesystem::path before_ = std::filesystem::current_path();
     std::filesystem::path path_;
 };

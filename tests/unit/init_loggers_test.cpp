@@ -12,8 +12,11 @@
 #include <gmock/gmock.h>
 #include <quill/core/MacroMetadata.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <cwctype>
 #include <set>
 
 namespace {
@@ -35,7 +38,7 @@ protected:
 private:
     void run(const char* levels, const std::function<void()>& log) {
         Fakes::Replacements replaced;
-        replaced.emplace_front(Fakes::_isatty, [this](int) { return terminal ? 1 : 0; });
+        replaced.emplace_front(Fakes::_isatty, [this](int file) { return terminal && file == 1 ? 1 : 0; });
         // A named object could be somebody else's, and keep the tool from starting.
         replaced.emplace_front(Fakes::CreateMutexA, [](auto...) {
             SetLastError(ERROR_ALREADY_EXISTS);
@@ -73,15 +76,18 @@ TEST_F(InitLoggers, writes_to_the_preferred_sink_and_no_file_when_output_is_redi
            "warning operator(): kept 1\\x092\\x0D3\\xC3\\xA4\ndebug operator(): kept 2\n", log);
 }
 
-TEST_F(InitLoggers, writes_full_lines_to_the_terminal) {
+TEST_F(InitLoggers, writes_lines_with_local_time_to_the_terminal) {
     terminal = true;
+    _putenv_s("TZ", "JST-9");
+    const std::string hour = fmt::format("{:02}", (std::time(nullptr) / 3600 + 9) % 24);
     expect("info",
-           testing::MatchesRegex("\n\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
+           testing::MatchesRegex("\n" + hour +
+                                 ":\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
                                  "\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n"),
            [] { LOG_NOTICE(Logger::comm, "message"); });
 }
 
-TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
+TEST_F(InitLoggers, falls_back_to_a_new_file_and_says_why_or_to_standard_output) {
     preferred_can_be_made = false;
     prepare = [] {
         put_file("other", "of somebody\n");
@@ -91,10 +97,6 @@ TEST_F(InitLoggers, falls_back_to_a_file_that_starts_anew_and_says_why) {
     expect("info", testing::MatchesRegex("\ncorvel\\.1\\.log: somebody's\ncorvel\\.log: .+ LOG_INFO      main         "
                                          "Failed to use preferred logging method: Access denied\\.\r?\n"
                                          "other: of somebody\n"));
-}
-
-TEST_F(InitLoggers, falls_back_to_standard_output_where_no_file_can_be_written) {
-    preferred_can_be_made = false;
     prepare = [] { std::filesystem::create_directories("corvel.log/x"); };
     expect("info", testing::HasSubstr("Failed to use preferred logging method: Access denied.; "));
 }
@@ -116,7 +118,7 @@ TEST_F(InitLoggers, lets_the_capture_sink_have_debug_and_above_whatever_the_leve
 TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace_statements_with_a_critical_one) {
     const auto log = [] {
         for (const auto* logger : {Logger::api, Logger::comm, Logger::dll, Logger::pkg_report, Logger::pkg_update}) {
-            std::printf("%d ", static_cast<int>(logger->get_log_level()));
+            std::printf("%s=%d ", logger->get_logger_name().c_str(), static_cast<int>(logger->get_log_level()));
         }
         for (int i = 1; i <= 6; ++i) {
             LOG_BACKTRACE(Logger::main, "{}", i);
@@ -125,16 +127,13 @@ TEST_F(InitLoggers, opens_every_logger_to_the_level_set_and_shows_five_backtrace
     };
     expect("tracel2,api=none,main=critical",
            "critical operator(): failed\nbacktrace operator(): 2\nbacktrace operator(): 3\nbacktrace operator(): 4\n"
-           "backtrace operator(): 5\nbacktrace operator(): 6\n10 1 1 1 1 ",
+           "backtrace operator(): 5\nbacktrace operator(): 6\napi=10 comm=1 dll=1 pkg_report=1 pkg_update=1 ",
            log);
 }
 
-TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as_its_level_is_known) {
-    const std::tuple<int, DWORD, const wchar_t*> levels[] = {
-        {4, 3, L"TRACEL3"}, {4, 2, L"TRACEL2"}, {4, 1, L"TRACEL1"}, {4, 4, L"DEBUG"},    {4, 5, L"INFO"},
-        {4, 9, L"NOTICE"},  {2, 6, L"WARNING"}, {1, 7, L"ERROR"},   {1, 8, L"CRITICAL"}, {1, 7, L"ERROR"},
-    };
+TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_by_its_level) {
     const auto source = reinterpret_cast<HANDLE>(1);
+    std::string identifiers;
     std::size_t level = 0;
     Fakes::Replacements replaced;
     replaced.emplace_front(Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) {
@@ -144,23 +143,30 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_as
                            [&](HANDLE handle) { return handle == source ? TRUE : FALSE; });
     replaced.emplace_front(Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier,
                                                     PSID user, WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
-        const auto [expected_type, number, priority] = levels[level++];
-        EXPECT_EQ(std::tuple(handle, type, category, identifier, user, count, size, data),
-                  std::tuple(source, expected_type, 0, 0x20000000 + number, nullptr, 2, 0U, nullptr));
+        const auto severity = level == 6  ? EVENTLOG_WARNING_TYPE
+                              : level > 6 ? EVENTLOG_ERROR_TYPE
+                                          : EVENTLOG_INFORMATION_TYPE;
+        EXPECT_EQ(std::tuple(handle, int{type}, category, user, count, size, data),
+                  std::tuple(source, severity, 0, nullptr, 2, 0U, nullptr));
+        identifiers += fmt::format("{:x} ", identifier);
+        const auto name = level > 8 ? "error" : Logger::level_name(static_cast<Logger::Level>(level));
+        std::wstring priority(name.begin(), name.end());
+        std::ranges::transform(priority, priority.begin(), std::towupper);
         EXPECT_EQ(strings[0], L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  "
                               L"SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_" +
-                                  std::wstring(priority));
+                                  priority);
         EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
         return FALSE;
     });
     System::WindowsEventSink sink;
-    for (std::size_t each = 0; each < std::size(levels); ++each) {
-        const auto code = static_cast<quill::LogLevel>(each);
-        const quill::MacroMetadata data("src/load.cpp:120", each % 2 == 0 ? "load" : "Config::load", "{}", nullptr,
+    for (level = 0; level < 10; ++level) {
+        const auto code = static_cast<quill::LogLevel>(level);
+        const quill::MacroMetadata data("src/load.cpp:120", level % 2 == 0 ? "load" : "Config::load", "{}", nullptr,
                                         code, quill::MacroMetadata::Event::Log);
         sink.write({data, "main", code, "", "gr\u00fc\u00df\n"});
     }
-    EXPECT_EQ(level, std::size(levels));
+    EXPECT_EQ(identifiers,
+              "20000003 20000002 20000001 20000004 20000005 20000009 20000006 20000007 20000008 20000007 ");
 }
 
 } // namespace
