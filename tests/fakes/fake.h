@@ -17,12 +17,11 @@ namespace Fakes {
 template <typename Signature>
 struct Fake {
     Signature* const* original = nullptr;
+    const char* name = "";
     std::function<Signature> replacement{};
     DWORD thread = 0;
 
-    bool applies() const {
-        return replacement && thread == GetCurrentThreadId();
-    }
+    bool applies() const { return replacement && thread == GetCurrentThreadId(); }
     /// Calls what a caller gets now.
     template <typename... Args>
     auto operator()(Args&&... args) const {
@@ -33,8 +32,7 @@ struct Fake {
 /// One replacement, which ends with the last copy of this object.
 struct Replacement {
     template <typename Signature, typename Function>
-    Replacement(Fake<Signature>& fake, Function function)
-        : end(nullptr, [&fake, previous = fake](void*) { fake = previous; }) {
+    Replacement(Fake<Signature>& fake, Function function) : end(nullptr, [&fake, previous = fake](void*) { fake = previous; }) {
         fake.thread = GetCurrentThreadId();
         fake.replacement = std::move(function);
     }
@@ -44,6 +42,13 @@ struct Replacement {
 /// Replacements that last as long as this object; of two of one function, the one in front holds.
 using Replacements = std::forward_list<Replacement>;
 
+/// Fails a call: sets the error and returns the result.
+template <typename Result>
+Result refuse(DWORD error, Result result) {
+    SetLastError(error);
+    return result;
+}
+
 // What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
 // fakes are constructed.
 template <auto& fake, auto& real, typename Signature>
@@ -51,14 +56,12 @@ struct Trampoline;
 
 template <auto& fake, auto& real, typename Result, typename... Args>
 struct Trampoline<fake, real, Result(Args...)> {
-    static Result WINAPI call(Args... args) {
-        return fake.applies() ? fake.replacement(args...) : real(args...);
-    }
+    static Result WINAPI call(Args... args) { return fake.applies() ? fake.replacement(args...) : real(args...); }
 };
 
 } // namespace Fakes
 
-#define CORVEL_DECLARE_FAKE(name, ...)                                                                                 \
-    namespace Fakes {                                                                                                  \
-    extern Fake<decltype(::name)> name;                                                                                \
+#define CORVEL_DECLARE_FAKE(name, ...)                                                                                                               \
+    namespace Fakes {                                                                                                                                \
+    extern Fake<decltype(::name)> name;                                                                                                              \
     }

@@ -21,7 +21,7 @@
 // denied. One that closes a handle fails with ERROR_INVALID_HANDLE and closes it all the same.
 // clang-format off
 #define CORVEL_OTHER_IMPORTS(X) \
-    X(CertFreeCertificateChain) X(CreateMutexA) X(CoUninitialize) X(DeregisterEventSource) X(GetConsoleMode) X(GetNativeSystemInfo) \
+    X(CreateMutexA) X(CoUninitialize) X(DeregisterEventSource) X(GetConsoleMode) X(GetNativeSystemInfo) \
     X(GetProductInfo) X(GetStdHandle) X(GetTickCount) X(RegisterEventSourceW) X(ReportEventW) X(SetDllDirectoryW) X(Sleep) \
     X(WSACleanup) X(WaitForSingleObject) X(WriteConsoleW) X(_isatty)
 #define CORVEL_FAILING_IMPORTS(X) \

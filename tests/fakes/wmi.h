@@ -7,7 +7,6 @@
 #include <oleauto.h>
 #include <wbemcli.h>
 
-#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <map>
@@ -29,18 +28,16 @@ inline int references = 0;
 
 /// Each step's outcome, for tests to replace.
 inline HRESULT (*const good)() = [] { return S_OK; };
-inline Fakes::Fake<HRESULT()> connect_server{&good}, exec_query{&good}, next_row{&good}, get_property{&good};
+inline Fakes::Fake<HRESULT()> connect_server{&good, "ConnectServer"}, exec_query{&good, "ExecQuery"}, next_row{&good, "Next"},
+    get_property{&good, "Get"};
 
 // An object, or none if the step that makes it failed.
 template <std::size_t slot, auto function, typename Interface>
 HRESULT give(HRESULT outcome, Interface** result) {
-    static std::array<void*, 32> table = [] {
-        std::array<void*, 32> slots{};
-        slots[2] = reinterpret_cast<void*>(+[](void*) -> ULONG { return static_cast<ULONG>(--references); });
-        slots[slot] = reinterpret_cast<void*>(function);
-        return slots;
-    }();
-    static void* instance = table.data();
+    static void* table[32]{};
+    static void* instance = table;
+    table[2] = reinterpret_cast<void*>(+[](void*) -> ULONG { return static_cast<ULONG>(--references); });
+    table[slot] = reinterpret_cast<void*>(function);
     references += SUCCEEDED(outcome) ? 1 : 0;
     *result = SUCCEEDED(outcome) ? reinterpret_cast<Interface*>(&instance) : nullptr;
     return outcome;
@@ -48,9 +45,7 @@ HRESULT give(HRESULT outcome, Interface** result) {
 
 inline HRESULT get(void*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
     const auto found = rows[returned - 1].find(name);
-    if (found == rows[returned - 1].end()) {
-        return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
-    }
+    if (found == rows[returned - 1].end()) { return static_cast<HRESULT>(WBEM_E_NOT_FOUND); }
     value->vt = VT_NULL;
     if (const auto* text = std::get_if<std::wstring>(&found->second)) {
         value->vt = VT_BSTR;
@@ -65,11 +60,8 @@ inline HRESULT get(void*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
 inline HRESULT next(void*, LONG timeout, ULONG, IWbemClassObject** result, ULONG* count) {
     EXPECT_EQ(timeout, -1);
     *count = returned < rows.size() ? 1 : 0;
-    if (*count == 0) {
-        return S_FALSE;
-    }
-    ++returned;
-    return give<4, get>(next_row(), result);
+    returned += *count;
+    return *count == 0 ? S_FALSE : give<4, get>(next_row(), result);
 }
 
 inline HRESULT query(void*, BSTR language, BSTR text, LONG flags, IWbemContext*, IEnumWbemClassObject** result) {

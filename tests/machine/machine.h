@@ -2,20 +2,12 @@
 #pragma once
 
 #include "fakes/wmi.h"
-#include "support/environment.h"
 #include "support/event_record.h"
-#include "support/temporary_folder.h"
-
-#include <gmock/gmock.h>
+#include "support/unit_test.h"
 
 #include <deque>
-#include <functional>
 #include <map>
-#include <memory>
 #include <span>
-#include <string>
-#include <variant>
-#include <vector>
 
 using Lines = std::vector<std::string>;
 using Facts = std::map<std::string, std::string>;
@@ -26,8 +18,17 @@ inline const Lines set_tenant = {"set", "tenant_id", tenant};
 inline const Lines create_support_bundle = {"create_support_bundle"};
 inline const Lines verify_release = {"verify_release", "release.json", "developer.p7s"};
 
+/// The facts of a bundle's document, each as "fact NAME"; of the time of the last start, only how long its text is.
+Facts facts_of(const std::string& document);
+
 /// The facts that differ, at most ten, each as what was expected and what was got; empty if none does.
 std::string difference(const Facts& expected, const Facts& got);
+
+/// Lets every call of a function fail.
+template <typename Result, typename... Args>
+Change failing(Fakes::Fake<Result(Args...)>& function, std::type_identity_t<Result> result, DWORD error = ERROR_ACCESS_DENIED) {
+    return [=, &function] { return Fakes::Replacement(function, [=](Args...) { return Fakes::refuse(error, result); }).end; };
+}
 
 /// What reading the event log gives: a batch of records, or an error.
 struct Read {
@@ -36,31 +37,21 @@ struct Read {
     DWORD needed = 0; // what is said of the size of a batch that the buffer does not hold; 0: the truth
 };
 
-struct ServiceState {
-    DWORD state;
-    DWORD wait_hint = 0;
-};
-
 struct Settings {
-    // The states that the service shows in turn, the last one for ever.
-    std::deque<ServiceState> service = {
-        {SERVICE_RUNNING}, {SERVICE_STOP_PENDING}, {SERVICE_STOPPED}, {SERVICE_RUNNING}};
+    // The states that the service shows in turn, with its wait hints; the last one for ever.
+    std::deque<std::pair<DWORD, DWORD>> service = {{SERVICE_RUNNING, 0}, {SERVICE_STOP_PENDING, 0}, {SERVICE_STOPPED, 0}, {SERVICE_RUNNING, 0}};
     DWORD now = 0xFFFFF000; // shortly before the tick counter wraps
     std::deque<Read> event_log;
-    RTL_OSVERSIONINFOEXW version{0, 10, 0, 22631, 0, L"", 0, 0, 0, VER_NT_WORKSTATION};
+    std::map<std::wstring, std::wstring> environment = {{L"SELF_UPDATE_PROFILE", L"\"test\""}};
     DWORD product = 7;
-    std::map<std::wstring, std::variant<std::wstring, DWORD>> registry = {{L"DisplayVersion", L"23H2"},
-                                                                          {L"ReleaseId", L"2009"}};
     USHORT native_machine = IMAGE_FILE_MACHINE_AMD64; // 0: there is no function to ask
     WORD processor = PROCESSOR_ARCHITECTURE_AMD64;
     std::wstring unresolvable; // host names
-    DWORD interface_index = 2;
     DWORD adapters = 2;
     // Of a message with several signers, which Wine cannot read: the authority that each is taken for, and whether its
-    // signature is good. And the chain that every signer has, if not the system's.
+    // signature is good.
     std::vector<std::pair<std::span<const unsigned char>, bool>> signers;
     LONG counted_signers = 9;
-    const CERT_CHAIN_CONTEXT* chain = nullptr;
 };
 
 /// What a command did.
@@ -72,11 +63,28 @@ struct Outcome {
     Facts facts; // members of the bundle, facts of its document, the configuration and its folder
 };
 
+/// A function of the system, and a way to make one of its calls fail while counting them.
+struct Failure {
+    std::string function;
+    std::function<std::shared_ptr<void>(int which, int& calls)> install;
+    friend void PrintTo(const Failure& failure, std::ostream* out) { *out << failure.function; }
+};
+
+/// Every function that tests let fail.
+const std::vector<Failure>& failures();
+
+/// What a command says when a call fails, given as "FUNCTION NUMBER".
+struct Message {
+    std::string call;
+    std::string out, err;
+    std::string log = ""; // a line of it
+};
+
 class Machine : public testing::Test, protected Settings {
 protected:
     Machine();
 
-    /// Makes the machine anew: files, settings and WMI.
+    /// Makes the machine anew: files, environment, settings and WMI.
     void restore(bool configured = true);
 
     /// Writes the configuration file.
@@ -86,17 +94,22 @@ protected:
     /// no temporary file behind, and the configuration whole.
     Outcome run(const Lines& arguments, const Change& change = nullptr);
 
+    /// Expects what a command says when a call fails, and how it ends.
+    void expect_messages(const Lines& arguments, const char* end, const std::vector<Message>& messages, bool configured = true);
+
     TemporaryFolder folder;
-    std::filesystem::path agent = folder.path() / L"ProgramData" / L"corvel";
-    std::filesystem::path windows = folder.path() / L"Windows";
+    std::filesystem::path agent = folder.path / L"ProgramData" / L"corvel";
+    std::filesystem::path windows = folder.path / L"Windows";
     HANDLE process = nullptr; // of PowerShell
 
 private:
-    void fake(auto& function, auto replacement) {
-        replaced_.emplace_front(function, replacement);
-    }
-    void fake_streams();
-    void fake_files();
+    void fake(auto& function, auto replacement) { replaced_.emplace_front(function, replacement); }
+    void fake(auto& function, auto arguments, auto replacement) { fake(function, replacement), expects(function, arguments); }
+    template <typename Result, typename... Args>
+    void expects(Fakes::Fake<Result(Args...)>& function, auto arguments);
+    template <typename Result, typename... Args>
+    void records(Fakes::Fake<Result(Args...)>& function, std::string format);
+    void fake_files_and_streams();
     void fake_processes();
     void fake_event_log();
     void fake_service();
@@ -106,9 +119,6 @@ private:
     void count_handles();
     Facts facts() const;
 
-    EnvironmentVariable profile_{L"SELF_UPDATE_PROFILE", L"\"test\""};
-    EnvironmentVariable temporary_{L"TMP", folder.path().c_str()};
-    EnvironmentVariable current_folder_{L"NoDefaultCurrentDirectoryInExePath", nullptr};
     std::string configuration_; // of the file; empty if there is none
     std::string streams_[3];    // what was written to each descriptor
     Lines calls_;

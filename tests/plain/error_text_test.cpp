@@ -31,9 +31,7 @@ TEST(ErrorText, of_every_windows_update_code_is_the_documented_one) {
 }
 
 TEST(HresultMessage, is_the_systems_without_its_line_end_or_made_up_by_the_com_rule) {
-    const auto message = [](unsigned code) {
-        return ComHelpers::HresultErrorCategory::instance().message(static_cast<int>(code));
-    };
+    const auto message = [](unsigned code) { return ComHelpers::HresultErrorCategory::instance().message(static_cast<int>(code)); };
     EXPECT_EQ(message(0x8004ABCD), "IDispatch error #43469");
     EXPECT_EQ(message(0x8004FFFF), "IDispatch error #65023");
     EXPECT_EQ(message(0x800AABCD), "Unknown error 0x800AABCD");

@@ -26,8 +26,7 @@ TEST(EventRecords, of_the_agent_and_of_crashes_are_rendered_and_others_skipped) 
                                         "Faulting module name: , version: , time stamp: 0x\nException code: 0x\n"
                                         "Fault offset: 0x\nFaulting process id: 0x\nFaulting application start time: "
                                         "0x\nFaulting application path: \nFaulting module path: \n";
-    for (const auto& [type, name] :
-         {std::pair(1, "Error"), {4, "Informational"}, {8, "Audit Success"}, {16, "Audit Failure"}, {3, "unknown"}}) {
+    for (const auto& [type, name] : {std::pair(1, "Error"), {4, "Informational"}, {8, "Audit Success"}, {16, "Audit Failure"}, {3, "unknown"}}) {
         batch = batch + event_record(L"corvel", 11, static_cast<WORD>(type), {});
         expected += std::string("2025-01-31 14:05:09.0000000\n11\n") + name + "\n\n";
     }
@@ -35,14 +34,13 @@ TEST(EventRecords, of_the_agent_and_of_crashes_are_rendered_and_others_skipped) 
     EXPECT_EQ(render_event_records(batch, text), 0U);
     EXPECT_EQ(text, expected);
     text.clear();
-    render_event_records(event_record(L"Application Error", 1, EVENTLOG_ERROR_TYPE,
-                                      {L"a", L"b", L"c", L"d", L"e", L"f", L"g", L"h", L"i", L"j", L"k", L"l", L"m"}),
-                         text);
-    EXPECT_EQ(
-        text.substr(text.find("Faulting")),
-        "Faulting application name: a, version: b, time stamp: 0xc\nFaulting module name: d, version: e, time stamp: "
-        "0xf\nException code: 0xg\nFault offset: 0xh\nFaulting process id: 0xi\nFaulting application start time: "
-        "0xj\nFaulting application path: k\nFaulting module path: l\n");
+    render_event_records(
+        event_record(L"Application Error", 1, EVENTLOG_ERROR_TYPE, {L"a", L"b", L"c", L"d", L"e", L"f", L"g", L"h", L"i", L"j", L"k", L"l", L"m"}),
+        text);
+    EXPECT_EQ(text.substr(text.find("Faulting")),
+              "Faulting application name: a, version: b, time stamp: 0xc\nFaulting module name: d, version: e, time stamp: "
+              "0xf\nException code: 0xg\nFault offset: 0xh\nFaulting process id: 0xi\nFaulting application start time: "
+              "0xj\nFaulting application path: k\nFaulting module path: l\n");
 }
 
 TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_length_is_sound) {

@@ -29,7 +29,6 @@ TEST(OsName, is_that_of_security_advisories) {
         EXPECT_TRUE(named.known_version && named.known_architecture) << name;
     }
     for (const std::uint32_t product : {12U, 13U, 14U, 29U, 39U, 40U, 41U, 43U, 44U, 45U, 46U, 145U, 146U}) {
-        EXPECT_EQ(name_operating_system({10, 0, 20348, true, product}).name,
-                  "Windows Server 2022 (Server Core Installation)");
+        EXPECT_EQ(name_operating_system({10, 0, 20348, true, product}).name, "Windows Server 2022 (Server Core Installation)");
     }
 }

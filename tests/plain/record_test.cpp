@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-using testing::HasSubstr;
+using namespace testing;
 
 namespace {
 
@@ -23,9 +23,8 @@ TEST(Record, is_read_as_it_was_written_and_keeps_what_the_text_does_not_hold) {
     }
     record.self_update_profile = static_cast<Config::SelfUpdateProfile>(3);
     EXPECT_THAT(Config::serialise(record), HasSubstr(R"("self_update_profile":"unsigned")"));
-    EXPECT_THAT(Config::keys(),
-                testing::ElementsAre("webapp_addr", "tenant_id", "host_id", "log_level", "self_update_addr",
-                                     "self_update_profile", "self_update", "skip_power_check"));
+    EXPECT_THAT(Config::keys(), ElementsAre("webapp_addr", "tenant_id", "host_id", "log_level", "self_update_addr", "self_update_profile",
+                                            "self_update", "skip_power_check"));
 }
 
 TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another_type) {
@@ -45,10 +44,8 @@ TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another
     };
     for (const auto& [text, reason] : cases) {
         Config::Record record;
-        EXPECT_THAT([&] { Config::read_json(text, record); }, testing::ThrowsMessage<std::exception>(HasSubstr(reason)))
-            << text.substr(0, 50);
-        EXPECT_EQ(Config::is_json(text), std::string_view(reason).find("must be") != std::string_view::npos)
-            << text.substr(0, 50);
+        EXPECT_THAT([&] { Config::read_json(text, record); }, ThrowsMessage<std::exception>(HasSubstr(reason))) << text.substr(0, 50);
+        EXPECT_EQ(Config::is_json(text), std::string_view(reason).find("must be") != std::string_view::npos) << text.substr(0, 50);
     }
 }
 

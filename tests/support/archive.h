@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
-#include <string>
 
 /// A text as it is shown and compared: a long one by its length and checksum.
 inline std::string brief(const std::string& text) {
@@ -19,63 +18,39 @@ inline std::string brief(const std::string& text) {
 }
 
 /// A zip archive, read without the library that writes them.
-class Archive {
-public:
-    /// Reads the archive at `path`. It is a failure of the test if the archive contradicts itself.
-    explicit Archive(const std::filesystem::path& path) : bytes_(get_file(path)) {
-        const auto end = bytes_.rfind("PK\5\6");
-        complete = end != std::string::npos;
-        if (!complete) {
-            return;
-        }
-        EXPECT_EQ(end + 22, bytes_.size()) << "something follows the archive's end";
-        auto entry = number(end + 16, 4);
-        for (auto count = number(end + 10, 2); count > 0; --count) {
-            EXPECT_EQ(bytes_.substr(entry, 4), "PK\1\2");
-            members.emplace(bytes_.substr(entry + 46, number(entry + 28, 2)), content(entry));
-            entry += 46 + number(entry + 28, 2) + number(entry + 30, 2) + number(entry + 32, 2);
-        }
-        EXPECT_EQ(entry, end);
-    }
-
+struct Archive {
     /// Whether there is a directory at the file's end.
     bool complete;
 
     /// The contents by name.
     std::multimap<std::string, std::string> members;
 
-private:
-    std::uint32_t number(std::size_t at, std::size_t size) const {
-        std::uint32_t value = 0;
-        std::memcpy(&value, bytes_.data() + std::min(at, bytes_.size() - size), size);
-        return value;
+    /// Reads the archive at `path`. The test fails if a member is not what the directory says.
+    explicit Archive(const std::filesystem::path& path) {
+        std::string bytes = get_file(path);
+        const auto number = [&](std::size_t at, std::size_t size) {
+            std::uint32_t value = 0;
+            std::memcpy(&value, bytes.data() + at, size);
+            return value;
+        };
+        const auto end = bytes.rfind("PK\5\6");
+        complete = end != std::string::npos && end + 22 == bytes.size();
+        auto entry = complete ? number(end + 16, 4) : 0;
+        for (auto count = complete ? number(end + 10, 2) : 0; count > 0; --count) {
+            const auto local = number(entry + 42, 4);
+            std::string content(number(entry + 24, 4), '\0');
+            z_stream stream{};
+            stream.next_in = reinterpret_cast<Bytef*>(&bytes[local + 30 + number(local + 26, 2) + number(local + 28, 2)]);
+            stream.avail_in = number(entry + 20, 4);
+            stream.next_out = reinterpret_cast<Bytef*>(content.data());
+            stream.avail_out = static_cast<uInt>(content.size());
+            inflateInit2(&stream, -MAX_WBITS);
+            const std::string name = bytes.substr(entry + 46, number(entry + 28, 2));
+            EXPECT_EQ(inflate(&stream, Z_FINISH), Z_STREAM_END) << name;
+            inflateEnd(&stream);
+            EXPECT_EQ(crc32(0, reinterpret_cast<const Bytef*>(content.data()), stream.total_out), number(entry + 16, 4)) << name;
+            members.emplace(name, content);
+            entry += 46 + number(entry + 28, 2) + number(entry + 30, 2) + number(entry + 32, 2);
+        }
     }
-
-    std::string content(std::size_t entry) const {
-        const auto local = number(entry + 42, 4);
-        const auto start = local + 30 + number(local + 26, 2) + number(local + 28, 2);
-        const auto packed = number(entry + 20, 4);
-        const auto size = number(entry + 24, 4);
-        // The local header leaves checksum and sizes to the data descriptor, which has 64-bit sizes as it says.
-        EXPECT_EQ(bytes_.substr(local, 4), "PK\3\4");
-        EXPECT_EQ(number(local + 6, 2) & 8, 8U);
-        EXPECT_TRUE(number(local + 14, 4) == 0 && number(local + 18, 4) == UINT32_MAX &&
-                    number(local + 22, 4) == UINT32_MAX);
-        EXPECT_EQ(bytes_.substr(start + packed, 4), "PK\7\x08");
-        EXPECT_EQ(number(start + packed + 4, 4), number(entry + 16, 4));
-        EXPECT_TRUE(number(start + packed + 8, 4) == packed && number(start + packed + 16, 4) == size);
-        std::string content(size, '\0');
-        z_stream stream{};
-        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes_.data())) + start;
-        stream.avail_in = packed;
-        stream.next_out = reinterpret_cast<Bytef*>(content.data());
-        stream.avail_out = size;
-        EXPECT_EQ(inflateInit2(&stream, -MAX_WBITS), Z_OK);
-        EXPECT_EQ(inflate(&stream, Z_FINISH), Z_STREAM_END);
-        inflateEnd(&stream);
-        EXPECT_EQ(crc32(0, reinterpret_cast<const Bytef*>(content.data()), size), number(entry + 16, 4));
-        return content;
-    }
-
-    std::string bytes_;
 };

@@ -10,14 +10,11 @@
 using EventBatch = std::vector<std::byte>;
 
 /// One event record in the layout of Windows, generated at 2025-01-31 14:05:09 UTC.
-inline EventBatch event_record(const std::wstring& source, DWORD number, WORD type,
-                               const std::vector<std::wstring>& strings) {
+inline EventBatch event_record(const std::wstring& source, DWORD number, WORD type, const std::vector<std::wstring>& strings) {
     EVENTLOGRECORD header{};
     std::wstring tail = source + L'\0' + L"HOST" + L'\0';
     header.StringOffset = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
-    for (const std::wstring& string : strings) {
-        tail += string + L'\0';
-    }
+    for (const std::wstring& string : strings) { tail += string + L'\0'; }
     tail.resize((tail.size() + 1) / 2 * 2 + 2);
     header.RecordNumber = number;
     header.TimeGenerated = 1738332309;

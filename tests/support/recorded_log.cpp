@@ -44,9 +44,7 @@ void start() {
     Logger::dll = Logger::main;
 }
 
-std::vector<std::string> taken() {
-    return sink == nullptr ? std::vector<std::string>() : std::exchange(sink->statements, {});
-}
+std::vector<std::string> taken() { return sink == nullptr ? std::vector<std::string>() : std::exchange(sink->statements, {}); }
 
 std::vector<std::string> take() {
     Logger::flush();

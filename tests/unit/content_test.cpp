@@ -1,11 +1,8 @@
 #include "files/content.h"
 
-#include "fakes/imports.h"
-#include "support/temporary_folder.h"
+#include "support/unit_test.h"
 
-#include <gmock/gmock.h>
-
-#include <cerrno>
+using namespace testing;
 
 namespace {
 
@@ -15,14 +12,13 @@ const std::string content("x\0y\r\n\xFF", 6);
 TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
     const TemporaryFolder folder;
     const std::filesystem::path temporary = L"corvel-\u20ac.json._corvel_tmp";
-    const std::filesystem::path planted = L"planted";
     put_file(target, "old");
-    put_file(planted, "another link to what was left there, longer than what is written");
-    ASSERT_TRUE(CreateHardLinkW(temporary.c_str(), planted.c_str(), nullptr));
-    SetFileAttributesW(planted.c_str(), FILE_ATTRIBUTE_READONLY);
+    put_file("planted", "another link to what was left there, longer than what is written");
+    std::filesystem::create_hard_link("planted", temporary);
+    SetFileAttributesW(L"planted", FILE_ATTRIBUTE_READONLY);
     EXPECT_FALSE(Files::write_atomically(target, content, 0644));
     EXPECT_EQ(get_file(target), content);
-    EXPECT_THAT(get_file(planted), testing::StartsWith("another"));
+    EXPECT_THAT(get_file("planted"), StartsWith("another"));
     EXPECT_FALSE(std::filesystem::exists(temporary));
 
     std::filesystem::create_directory(temporary);
@@ -33,27 +29,22 @@ TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way) {
 TEST(AtomicWrite, goes_on_after_short_and_interrupted_writes_and_makes_a_file_that_nobody_may_write_read_only) {
     const TemporaryFolder folder;
     int interruptions = 3;
-    const Fakes::Replacement write(Fakes::WriteFile, [&](HANDLE file, LPCVOID bytes, DWORD length, DWORD* written,
-                                                         OVERLAPPED* place) {
-        SetLastError(ERROR_NO_PROC_SLOTS); // "try again" in the terms of POSIX
-        return interruptions-- > 0 ? FALSE
-                                   : (*Fakes::WriteFile.original)(file, bytes, std::min(length, 2UL), written, place);
+    const Fakes::Replacement write(Fakes::WriteFile, [&](auto file, auto bytes, DWORD length, auto... rest) {
+        return interruptions-- > 0 ? Fakes::refuse(ERROR_NO_PROC_SLOTS, FALSE) // "try again" in the terms of POSIX
+                                   : (*Fakes::WriteFile.original)(file, bytes, std::min(length, 2UL), rest...);
     });
     EXPECT_FALSE(Files::write_atomically(target, content, 0444));
     EXPECT_EQ(get_file(target), content);
     EXPECT_TRUE((GetFileAttributesW(target.c_str()) & FILE_ATTRIBUTE_READONLY) != 0);
-    SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
     const std::wstring path = L"C:\\" + std::wstring(300, L'x');
     const Fakes::Replacement open(Fakes::CreateFileW, [&](LPCWSTR opened, auto...) {
         EXPECT_EQ(opened, L"\\\\?\\" + path);
-        SetLastError(ERROR_FILE_NOT_FOUND);
-        return INVALID_HANDLE_VALUE;
+        return Fakes::refuse(ERROR_FILE_NOT_FOUND, INVALID_HANDLE_VALUE);
     });
-    EXPECT_THAT([&] { Files::read(path); },
-                testing::ThrowsMessage<std::system_error>(testing::StartsWith("read: C:\\xxx")));
+    EXPECT_THAT([&] { Files::read(path); }, ThrowsMessage<std::system_error>(StartsWith("read: C:\\xxx")));
 }
 
 } // namespace

@@ -1,37 +1,31 @@
 #include "config/persistence.h"
 
-#include "fakes/imports.h"
-#include "support/environment.h"
-#include "support/recorded_log.h"
-#include "support/temporary_folder.h"
+#include "machine/machine.h"
 #include "winconv/fatal_exception.h"
 
-#include <gmock/gmock.h>
+using namespace testing;
 
-TEST(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
-    const TemporaryFolder folder;
-    const auto file = folder.path() / L"corvel" / L"corvel.json";
-    const Fakes::Replacement program_data(Fakes::SHGetKnownFolderPath, [&](auto&&, auto, auto, PWSTR* path) {
-        return SHStrDupW(folder.path().c_str(), path);
-    });
-    const auto in_the_way = folder.path() / L"corvel" / L"corvel.json._corvel_tmp";
+class ConfigLoad : public Machine {};
+
+TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
+    const auto in_the_way = agent / L"corvel.json._corvel_tmp";
     std::filesystem::create_directories(in_the_way);
-    {
-        const EnvironmentVariable host_id(L"HOST_ID", L"no UUID");
-        Config::config_load(true);
-    }
-    const EnvironmentVariable no_host_id(L"HOST_ID", nullptr);
+    environment = {{L"HOST_ID", L"no UUID"}};
+    Config::config_load(true);
+    EXPECT_TRUE(Config::current().host_id.is_nil());
+    environment = {{L"WEBAPP_ADDR", L"variable"}};
     EXPECT_THAT([] { Config::config_load(true); },
-                testing::Throws<WinConv::CorvelFatalException>(
-                    testing::Property(&WinConv::CorvelFatalException::text,
-                                      "FATAL ERROR: Couldn't write generated host id to config file: File exists")));
+                Throws<WinConv::CorvelFatalException>(
+                    Property(&WinConv::CorvelFatalException::text, "FATAL ERROR: Couldn't write generated host id to config file: File exists")));
     std::filesystem::remove(in_the_way);
     Config::current() = Config::Record();
-    put_file(file, R"({"webapp_addr": "a"})");
     Config::config_load(true);
-    const std::string host_id = Config::current().host_id.text();
-    EXPECT_THAT(RecordedLog::take(), testing::Contains("debug config_load: Generated host_id " + host_id));
-    EXPECT_EQ(get_file(file), Config::serialise(Config::current()));
+    Config::Record written; // without what the environment holds
+    written.log_level = Logger::parse_log_level_config("debug");
+    written.host_id = Config::current().host_id;
+    EXPECT_FALSE(written.host_id.is_nil());
+    EXPECT_THAT(RecordedLog::take(), Contains("debug config_load: Generated host_id " + written.host_id.text()));
+    EXPECT_EQ(get_file(agent / L"corvel.json"), Config::serialise(written));
     Config::config_load(true);
-    EXPECT_EQ(Config::current().host_id.text(), host_id);
+    EXPECT_EQ(Config::current().host_id.text(), written.host_id.text());
 }

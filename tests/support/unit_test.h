@@ -1,0 +1,13 @@
+// What every unit test uses.
+#pragma once
+
+#include "fakes/imports.h"
+#include "support/recorded_log.h"
+#include "support/temporary_folder.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <random>
