@@ -11,45 +11,55 @@ NIL = "00000000-0000-0000-0000-000000000000"
 DEFAULTS = {"host_id": NIL, "log_level": "info", "self_update": True,
             "self_update_addr": "https://download.corvel.example/release.json", "self_update_profile": "production",
             "skip_power_check": False, "tenant_id": NIL, "webapp_addr": "https://app.corvel.example"}
-NO_TENANT = "Tenant ID must be configured to non-nil value to start agent.\n"
 
 
 class SetCommand(HostTest):
-    def expect_file(self, **values):
-        """The file is compact JSON, sorted, all keys, no line feed."""
-        wanted = json.dumps({**DEFAULTS, **values}, sort_keys=True, separators=(",", ":"), ensure_ascii=False)
-        self.assertEqual(CONFIG_FILE.read_text(encoding="utf-8"), wanted)
-        self.assertEqual([entry.name for entry in CONFIG_FOLDER.iterdir()], ["corvel.json"])
+    def expect(self, *arguments, status=1, err="Tenant ID must be configured to non-nil value to start agent.\n", written=None, **environment):
+        """Runs the tool. The file is then as written: compact JSON, sorted, with all keys and without a line feed."""
+        done = in_wine(CORVELCTL, *arguments, env={**os.environ, **environment})
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (status, "", err))
+        if isinstance(written, dict):
+            written = json.dumps({**DEFAULTS, **written}, sort_keys=True, separators=(",", ":"), ensure_ascii=False)
+        found = {entry.name: entry.read_text(encoding="utf-8") for entry in CONFIG_FOLDER.glob("*")}
+        self.assertEqual(found, {"corvel.json": written} if written else {})
 
     def test_a_running_service_is_restarted_with_the_new_configuration(self):
         self.install_service()
-        self.corvelctl("set", "tenant_id", ID.upper(), status=0)
-        self.expect_file(tenant_id=ID)
+        self.expect("set", "tenant_id", ID.upper(), status=0, err="", written={"tenant_id": ID})
         self.assertEqual(SERVICE_RECORD.read_text().split("\n"), ["stop control", "stopped", "running", ""])
 
     def test_every_key_is_stored_as_it_was_typed(self):
         address = 'https://grüße.example/€ * ?\\"'
-        self.corvelctl("set", "webapp_addr", address, "host_id", f'"{ID}"', "log_level", '"debug,dll=warning"',
-                       "self_update_addr", '"a\\u20acb"', "self_update_profile", '"test"', "self_update", "false",
-                       "skip_power_check", "true", status=1, err=NO_TENANT)
-        self.expect_file(webapp_addr=address, host_id=ID, log_level="debug,dll=warning", self_update_addr="a€b",
-                         self_update_profile="test", self_update=False, skip_power_check=True)
+        self.expect("set", "webapp_addr", address, "host_id", f'"{ID}"', "log_level", '"debug,dll=warning"', "self_update_addr",
+                    '"a\\u20acb"', "self_update_profile", '"test"', "self_update", "false", "skip_power_check", "true",
+                    written={"webapp_addr": address, "host_id": ID, "log_level": "debug,dll=warning", "self_update_addr": "a€b",
+                             "self_update_profile": "test", "self_update": False, "skip_power_check": True})
+
+    def test_nothing_is_written_if_an_operand_or_the_file_is_bad(self):
+        json_error = "[json.exception.type_error.302] type must be boolean, but is string"
+        for operands, err in ((["tenant_id"], "The set command must have an even number of arguments"),
+                              (["a", "b", "tenant_id", "x"], "Error: tenant_id must be a valid UUID and not nil"),
+                              (["tenant_id", NIL], "Error: tenant_id must be a valid UUID and not nil"),
+                              (["self_update", "yes", "tenant_id", ID], f"Error parsing value for self_update: {json_error}"),
+                              (["b", "€", "tenant_id", ID, "a", "c"], 'Unknown key/value pairs: {"a": "c", "b": "€"}')):
+            self.expect("set", *operands, err=f"{err}\n")
+        CONFIG_FOLDER.mkdir()
+        CONFIG_FILE.write_text('{"self_update": "yes"}')
+        self.expect("set", "tenant_id", ID, written='{"self_update": "yes"}', err="Fatal exception occurred loading config: "
+                    f"FATAL ERROR: Config file is malformed: {json_error}\n")
 
     def test_a_file_that_is_writable_and_open_elsewhere_is_replaced(self):
         CONFIG_FOLDER.mkdir()
-        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}'
-                                b"\r\n")
+        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}\r\n')
         with CONFIG_FILE.open():
-            self.corvelctl("set", status=1, err=NO_TENANT, SELF_UPDATE="true", WEBAPP_ADDR="gelände")
-        self.expect_file(skip_power_check=True, webapp_addr="gelände")
+            self.expect("set", SELF_UPDATE="true", WEBAPP_ADDR="gelände", written={"skip_power_check": True, "webapp_addr": "gelände"})
         self.assertTrue(CONFIG_FILE.stat().st_mode & 0o200)
 
     def test_a_failed_restart_is_no_failure_even_if_nothing_can_be_shown(self):
         with open("/dev/full", "wb") as full:
             for arguments, status in (["set", "tenant_id", ID], 0), (["set", "x", "y"], 1), ([], 1):
-                done = in_wine(CORVELCTL, *arguments, stdout=full, stderr=full)
-                self.assertEqual(done.returncode, status, arguments)
-        self.expect_file(tenant_id=ID)
+                self.assertEqual(in_wine(CORVELCTL, *arguments, stdout=full, stderr=full).returncode, status, arguments)
+        self.assertEqual(json.loads(CONFIG_FILE.read_text())["tenant_id"], ID)
 
     def test_a_terminal_shows_the_same_messages_and_only_critical_statements(self):
         line = f"stty cols 400; {IN_WINE} {PREFIX} {CORVELCTL} set € x"

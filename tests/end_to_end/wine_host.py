@@ -56,8 +56,3 @@ class HostTest(unittest.TestCase):
         in_wine("sc", "start", "corvel-tracker")
         self.wait_until(lambda: "RUNNING" in in_wine("sc", "query", "corvel-tracker").stdout)
         SERVICE_RECORD.unlink()
-
-    def corvelctl(self, *arguments, status, err="", **environment):
-        """Runs the tool and checks its exit status and, to the letter, standard error; it may say nothing else."""
-        done = in_wine(CORVELCTL, *arguments, env={**os.environ, **environment})
-        self.assertEqual((done.returncode, done.stdout, done.stderr), (status, "", err))
