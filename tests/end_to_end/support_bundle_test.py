@@ -29,10 +29,7 @@ class SupportBundle(HostTest):
     def setUp(self):
         super().setUp()
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="bündel-")))
-        for folder in SCRATCH, CBS.parent:
-            shutil.rmtree(folder, ignore_errors=True)
-            folder.mkdir(parents=True)
-        self.addCleanup(shutil.rmtree, CBS.parent)
+        shutil.rmtree(SCRATCH, ignore_errors=True)
         CONFIG_FOLDER.mkdir(parents=True)
         self.install_service()
 
@@ -58,7 +55,9 @@ class SupportBundle(HostTest):
                 CONFIG_FOLDER / "both.log": b"program data", SCRATCH / "both.log": b"scratch", SCRATCH / "update.log": b"3",
                 SCRATCH / ".log": b"4", SCRATCH / ".a.log": b"5", SCRATCH / f"{'n' * 251}.log": b"6", CBS: b"7",
                 **{SCRATCH / name: b"not collected" for name in ("Agent.LOG", "x.log.1", "log")}}
+        self.addCleanup(shutil.rmtree, CBS.parent)
         for path, content in logs.items():
+            path.parent.mkdir(parents=True, exist_ok=True)
             path.write_bytes(content)
             os.utime(path, (1700000000, 1700000000))
         (SCRATCH / "folder.log").mkdir()

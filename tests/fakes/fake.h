@@ -61,7 +61,7 @@ struct Trampoline<fake, real, Result(Args...)> {
 
 } // namespace Fakes
 
-#define CORVEL_DECLARE_FAKE(name, ...)                                                                                                               \
-    namespace Fakes {                                                                                                                                \
-    extern Fake<decltype(::name)> name;                                                                                                              \
+#define CORVEL_DECLARE_FAKE(name, ...)                                                                                                                                             \
+    namespace Fakes {                                                                                                                                                              \
+    extern Fake<decltype(::name)> name;                                                                                                                                            \
     }

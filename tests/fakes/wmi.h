@@ -28,8 +28,7 @@ inline int references = 0;
 
 /// Each step's outcome, for tests to replace.
 inline HRESULT (*const good)() = [] { return S_OK; };
-inline Fakes::Fake<HRESULT()> connect_server{&good, "ConnectServer"}, exec_query{&good, "ExecQuery"}, next_row{&good, "Next"},
-    get_property{&good, "Get"};
+inline Fakes::Fake<HRESULT()> connect_server{&good, "ConnectServer"}, exec_query{&good, "ExecQuery"}, next_row{&good, "Next"}, get_property{&good, "Get"};
 
 // An object, or none if the step that makes it failed.
 template <std::size_t slot, auto function, typename Interface>

@@ -21,7 +21,7 @@ inline const Lines verify_release = {"verify_release", "release.json", "develope
 /// The facts of a bundle's document, each as "fact NAME"; of the time of the last start, only how long its text is.
 Facts facts_of(const std::string& document);
 
-/// The facts that differ, at most ten, each as what was expected and what was got; empty if none does.
+/// The facts that differ, at most ten of what was expected and ten of what was got; empty if none does.
 std::string difference(const Facts& expected, const Facts& got);
 
 /// Lets every call of a function fail.
@@ -103,18 +103,14 @@ protected:
     HANDLE process = nullptr; // of PowerShell
 
 private:
-    void fake(auto& function, auto replacement) { replaced_.emplace_front(function, replacement); }
-    void fake(auto& function, auto arguments, auto replacement) { fake(function, replacement), expects(function, arguments); }
+    // Puts a replacement in a function's place, for which every call must have the arguments that the matcher says, and
+    // notes the calls; the format has the arguments.
     template <typename Result, typename... Args>
-    void expects(Fakes::Fake<Result(Args...)>& function, auto arguments);
-    template <typename Result, typename... Args>
-    void records(Fakes::Fake<Result(Args...)>& function, std::string format);
-    void fake_files_and_streams();
-    void fake_processes();
-    void fake_event_log();
-    void fake_service();
-    void fake_windows();
-    void fake_network();
+    void fake(Fakes::Fake<Result(Args...)>& function, auto arguments, std::type_identity_t<std::function<Result(Args...)>> replacement, const std::string& format = "");
+    void expects(auto& function, auto arguments) { fake(function, arguments, function); }
+    void fake_files_and_processes();
+    void fake_service_and_event_log();
+    void fake_windows_and_network();
     void fake_signatures();
     void count_handles();
     Facts facts() const;

@@ -22,9 +22,7 @@ TEST(ErrorText, of_every_windows_update_code_is_the_documented_one) {
     for (std::uint32_t code = 0x80240000; code <= 0x80250000; ++code) {
         const std::string_view text = WinConv::windows_update_error_message(code);
         count += text.empty() ? 0 : 1;
-        for (const char character : text.empty() ? "" : fmt::format("{:X}\t{}\n", code, text)) {
-            checksum = (checksum ^ static_cast<unsigned char>(character)) * 1099511628211U;
-        }
+        for (const char character : text.empty() ? "" : fmt::format("{:X}\t{}\n", code, text)) { checksum = (checksum ^ static_cast<unsigned char>(character)) * 1099511628211U; }
     }
     EXPECT_EQ(count, 249);
     EXPECT_EQ(checksum, 4597880442712991555U);

@@ -9,8 +9,16 @@ using Logger::parse_log_level_config;
 
 TEST(LevelConfig, has_the_level_of_the_last_item_without_a_logger_name) {
     const std::pair<const char*, Level> cases[] = {
-        {"", Level::Info},      {"Info", Level::None},  {"inf", Level::None},     {"infos", Level::None},        {"info,", Level::None},
-        {",info", Level::Info}, {"main=", Level::None}, {"debug=", Level::Debug}, {"debug,error", Level::Error}, {"main=debug", Level::Info},
+        {"", Level::Info},
+        {"Info", Level::None},
+        {"inf", Level::None},
+        {"infos", Level::None},
+        {"info,", Level::None},
+        {",info", Level::Info},
+        {"main=", Level::None},
+        {"debug=", Level::Debug},
+        {"debug,error", Level::Error},
+        {"main=debug", Level::Info},
     };
     for (const auto& [text, level] : cases) { EXPECT_EQ(parse_log_level_config(text).default_level, level) << text; }
 }
@@ -18,10 +26,7 @@ TEST(LevelConfig, has_the_level_of_the_last_item_without_a_logger_name) {
 TEST(LevelConfig, is_read_back_as_it_was_written_if_it_can_be_set) {
     for (int code = 0; code < 13; ++code) {
         const auto level = static_cast<Level>(code);
-        EXPECT_EQ(parse_log_level_config(level_name(level)).default_level, code == 12                 ? Level::TraceL3
-                                                                           : level <= Level::Critical ? level
-                                                                                                      : Level::None)
-            << code;
+        EXPECT_EQ(parse_log_level_config(level_name(level)).default_level, code == 12 ? Level::TraceL3 : level <= Level::Critical ? level : Level::None) << code;
     }
     const auto config = parse_log_level_config("debug,dll=warning,main=error,main=x=y,=info,dll=notice");
     EXPECT_EQ(config.default_level, Level::Debug);

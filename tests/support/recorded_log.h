@@ -1,25 +1,46 @@
+// Keeps what is logged, each line as "LEVEL FUNCTION: MESSAGE".
 #pragma once
 
 #include "logger/level.h"
+#include "logger/log.h"
+#include "logger/statement_sink.h"
 
-#include <quill/sinks/Sink.h>
+#include <fmt/format.h>
+#include <quill/Backend.h>
+#include <quill/Frontend.h>
 
-#include <memory>
-#include <string>
-#include <vector>
+#include <sstream>
+#include <utility>
 
 namespace RecordedLog {
 
-/// Makes the sink that keeps statements, each line as "LEVEL FUNCTION: MESSAGE".
-std::shared_ptr<quill::Sink> make_sink();
+inline std::vector<std::string> lines;
 
-/// Gives every named logger that sink. Called once, before the first test.
-void start();
+class Sink : public Logger::StatementSink {
+    void write(const Logger::Statement& statement) override {
+        // One version of the library hands over a message of several lines at once, the other line by line.
+        std::istringstream message{std::string(statement.message)};
+        for (std::string line; std::getline(message, line);) {
+            const auto level = Logger::level_name(static_cast<Logger::Level>(statement.level));
+            lines.push_back(fmt::format("{} {}: {}", level, statement.metadata.caller_function(), line));
+        }
+    }
+};
 
-/// Returns what the sink was handed since the last call; call it with the back end idle or stopped.
-std::vector<std::string> taken();
+inline std::shared_ptr<quill::Sink> make_sink() { return quill::Frontend::create_or_get_sink<Sink>("recorded"); }
+
+/// Makes every named logger one that writes here. Called once, before the first test.
+inline void start() {
+    quill::Backend::start();
+    Logger::main = quill::Frontend::create_or_get_logger("main", make_sink());
+    Logger::main->set_log_level(quill::LogLevel::TraceL3);
+    Logger::dll = Logger::main;
+}
 
 /// Returns what was logged since the last call.
-std::vector<std::string> take();
+inline std::vector<std::string> take() {
+    Logger::flush();
+    return std::exchange(lines, {});
+}
 
 } // namespace RecordedLog

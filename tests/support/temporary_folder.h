@@ -31,9 +31,7 @@ struct TemporaryFolder {
 
     /// Removes what is in the folder, read-only files as well.
     void clear() const {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
-            SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
-        }
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) { SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL); }
         for (const auto& entry : std::filesystem::directory_iterator(path)) { std::filesystem::remove_all(entry); }
     }
 };

@@ -73,14 +73,12 @@ TEST_P(EveryCall, may_fail_alone_and_is_told) {
         const bool trusts = arguments == verify_release && outcome.out.find("success") != std::string::npos;
         EXPECT_TRUE(!trusts || outcome.out == healthy.out) << outcome.out;
         const auto archive = outcome.facts.find("archive");
-        if (!aborted && outcome.err.empty() && (archive == outcome.facts.end() || archive->second == "complete")) {
-            expect_the_rest(healthy, outcome);
-        }
+        if (!aborted && outcome.err.empty() && (archive == outcome.facts.end() || archive->second == "complete")) { expect_the_rest(healthy, outcome); }
         EXPECT_TRUE(outcome.end != "status 0" || outcome.err.empty()) << outcome.err;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, EveryCall, Combine(Values("first_set", "set", "create_support_bundle", "verify_release"), ValuesIn(failures())),
-                         [](const auto& each) { return std::get<0>(each.param) + "_" + std::get<1>(each.param).function; });
+    [](const auto& each) { return std::get<0>(each.param) + "_" + std::get<1>(each.param).function; });
 
 } // namespace

@@ -37,11 +37,11 @@ private:
         static const TemporaryFolder folder;
         prepare();
         testing::internal::CaptureStdout();
-        Logger::init_loggers(Logger::parse_log_level_config(levels), false,
-                             [this] { return preferred_can_be_made ? RecordedLog::make_sink() : throw std::runtime_error("Access denied."); });
+        const auto preferred = [this] { return preferred_can_be_made ? RecordedLog::make_sink() : throw std::runtime_error("Access denied."); };
+        Logger::init_loggers(Logger::parse_log_level_config(levels), false, preferred);
         log();
         Logger::stop_logging();
-        fmt::print(stderr, "{}\n{}", fmt::join(RecordedLog::taken(), "\n"), testing::internal::GetCapturedStdout());
+        fmt::print(stderr, "{}\n{}", fmt::join(RecordedLog::lines, "\n"), testing::internal::GetCapturedStdout());
         for (const auto& path : std::set<std::filesystem::path>(std::filesystem::directory_iterator("."), {})) {
             fmt::print(stderr, "{}: {}", path.filename().string(), get_file(path));
         }
@@ -63,10 +63,10 @@ TEST_F(InitLoggers, writes_lines_with_local_time_to_the_terminal) {
     _putenv_s("TZ", "JST-9");
     const std::string hour = fmt::format("{:02}", (std::time(nullptr) / 3600 + 9) % 24);
     expect("info",
-           MatchesRegex("\n" + hour +
-                        ":\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
-                        "\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n"),
-           [] { LOG_NOTICE(Logger::comm, "message"); });
+        MatchesRegex("\n" + hour +
+                     ":\\d\\d:\\d\\d\\.\\d\\d\\d\\d\\d\\d\\d\\d\\d \\[\\d+\\] init_loggers_test"
+                     "\\.cpp:\\d\\d     ?LOG_NOTICE    comm         message\n"),
+        [] { LOG_NOTICE(Logger::comm, "message"); });
 }
 
 TEST_F(InitLoggers, falls_back_to_a_new_file_and_says_why_or_to_standard_output) {
@@ -97,43 +97,36 @@ TEST_F(InitLoggers, opens_every_logger_to_its_level_and_the_capture_sink_to_debu
         fmt::print("{}", Logger::pkg_update_capture->text());
     };
     expect("tracel2,api=none,main=critical,pkg_update=warning",
-           "critical operator(): failed\nbacktrace operator(): 2\nbacktrace operator(): 3\nbacktrace operator(): 4\n"
-           "backtrace operator(): 5\nbacktrace operator(): 6\nwarning operator(): b\nwarning operator(): c\n"
-           "api=10 comm=1 dll=1 pkg_report=1 pkg_update=3 a\nb\nc\n",
-           log);
+        "critical operator(): failed\nbacktrace operator(): 2\nbacktrace operator(): 3\nbacktrace operator(): 4\n"
+        "backtrace operator(): 5\nbacktrace operator(): 6\nwarning operator(): b\nwarning operator(): c\n"
+        "api=10 comm=1 dll=1 pkg_report=1 pkg_update=3 a\nb\nc\n",
+        log);
 }
 
 TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_by_its_level) {
     const auto source = reinterpret_cast<HANDLE>(1);
     std::string reported;
-    int open = 0;
-    const Fakes::Replacement begin(Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) {
-        return ++open, server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr;
-    });
-    const Fakes::Replacement end(Fakes::DeregisterEventSource, [&](HANDLE handle) { return --open, handle == source ? TRUE : FALSE; });
-    const Fakes::Replacement report(Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user, WORD count,
-                                                             DWORD size, LPCWSTR* strings, LPVOID data) {
-        EXPECT_EQ(std::tuple(handle, category, user, count, size, data), std::tuple(source, 0, nullptr, 2, 0U, nullptr));
-        const std::wstring_view text(strings[0]);
-        const std::wstring_view head =
-            L"MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_";
-        EXPECT_EQ(text.substr(0, head.size()), head);
-        reported += fmt::format("{}:{:x}:{} ", type, identifier, std::filesystem::path(text.substr(head.size())).string());
-        EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
-        return FALSE;
-    });
-    {
-        System::WindowsEventSink sink;
-        for (std::size_t level = 0; level < 10; ++level) {
-            const auto code = static_cast<quill::LogLevel>(level);
-            const quill::MacroMetadata data("src/load.cpp:120", level % 2 == 0 ? "load" : "Config::load", "{}", nullptr, code,
-                                            quill::MacroMetadata::Event::Log);
-            sink.write({data, "main", code, "", "gr\u00fc\u00df\n"});
-        }
+    const Fakes::Replacement begin(
+        Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) { return server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr; });
+    const Fakes::Replacement end(Fakes::DeregisterEventSource, [&](HANDLE handle) { return reported += handle == source ? "end" : "?", TRUE; });
+    const Fakes::Replacement report(
+        Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user, WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
+            EXPECT_EQ(std::tuple(handle, category, user, count, size, data), std::tuple(source, 0, nullptr, 2, 0U, nullptr));
+            const std::string text = std::filesystem::path(strings[0]).string();
+            EXPECT_THAT(text, StartsWith("MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  "
+                                         "SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_"));
+            EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
+            reported += fmt::format("{}:{:x}:{} ", type, identifier, text.substr(text.rfind('_') + 1));
+            return FALSE;
+        });
+    for (System::WindowsEventSink sink; const int level : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}) {
+        const auto code = static_cast<quill::LogLevel>(level);
+        const auto* const function = level % 2 == 0 ? "load" : "Config::load";
+        const quill::MacroMetadata data("src/load.cpp:120", function, "{}", nullptr, code, quill::MacroMetadata::Event::Log);
+        sink.write({data, "main", code, "", "gr\u00fc\u00df\n"});
     }
-    EXPECT_EQ(open, 0);
     EXPECT_EQ(reported, "4:20000003:TRACEL3 4:20000002:TRACEL2 4:20000001:TRACEL1 4:20000004:DEBUG 4:20000005:INFO 4:20000009:NOTICE "
-                        "2:20000006:WARNING 1:20000007:ERROR 1:20000008:CRITICAL 1:20000007:ERROR ");
+                        "2:20000006:WARNING 1:20000007:ERROR 1:20000008:CRITICAL 1:20000007:ERROR end");
 }
 
 } // namespace

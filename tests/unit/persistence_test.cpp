@@ -15,8 +15,7 @@ TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_enviro
     EXPECT_TRUE(Config::current().host_id.is_nil());
     environment = {{L"WEBAPP_ADDR", L"variable"}};
     EXPECT_THAT([] { Config::config_load(true); },
-                Throws<WinConv::CorvelFatalException>(
-                    Property(&WinConv::CorvelFatalException::text, "FATAL ERROR: Couldn't write generated host id to config file: File exists")));
+        Throws<WinConv::CorvelFatalException>(Property(&WinConv::CorvelFatalException::text, "FATAL ERROR: Couldn't write generated host id to config file: File exists")));
     std::filesystem::remove(in_the_way);
     Config::current() = Config::Record();
     Config::config_load(true);

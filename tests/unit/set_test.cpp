@@ -15,20 +15,16 @@ TEST_F(Set, stops_configures_and_starts_the_service_and_waits_as_the_service_ask
         return fmt::format("error unexpected corvel service state:{} expected:{}\n{}", state, expected, notice);
     };
     std::vector<std::tuple<decltype(service), std::string, std::string>> cases = {
-        {{{4, 0}, {3, 0}, {1, 0}, {2, 0}, {4, 0}}, "control 1; sleep 1000; delay start; start; sleep 1000", ""},
-        {{{1, 0}, {4, 0}}, start, ""},
-        {{{3, 0}, {1, 0}, {4, 0}}, start, ""},
-        {{{1, 0}, {2, 0}, {1, 0}}, start + "; sleep 1000", unexpected("SERVICE_STOPPED", "SERVICE_RUNNING")},
+        {{{4, 0}, {3, 0}, {1, 0}, {2, 0}, {4, 0}}, "control 1; sleep 1000; delay start; start; sleep 1000", ""}, {{{1, 0}, {4, 0}}, start, ""},
+        {{{3, 0}, {1, 0}, {4, 0}}, start, ""}, {{{1, 0}, {2, 0}, {1, 0}}, start + "; sleep 1000", unexpected("SERVICE_STOPPED", "SERVICE_RUNNING")},
         // 30 seconds are not over yet after six times five.
-        {{{4, 0}, {3, 50009}},
-         "control 1" + second_5 + second_5 + second_5 + second_5 + second_5 + second_5 + second_5,
-         "error timeout reached corvel service state change to SERVICE_STOPPED\n" + notice}};
+        {{{4, 0}, {3, 50009}}, "control 1" + second_5 + second_5 + second_5 + second_5 + second_5 + second_5 + second_5,
+            "error timeout reached corvel service state change to SERVICE_STOPPED\n" + notice}};
     for (const auto& [hint, sleep] : {std::pair(0UL, 1000), {9999UL, 1000}, {10010UL, 1001}, {99990UL, 9999}, {200000UL, 10000}}) {
         cases.push_back({{{1, 0}, {2, hint}, {4, 0}}, fmt::format("{}; sleep {}", start, sleep), ""});
     }
-    const std::pair<DWORD, const char*> states[] = {{0, "service_status_unknown"},   {2, "SERVICE_START_PENDING"}, {4, "SERVICE_RUNNING"},
-                                                    {5, "SERVICE_CONTINUE_PENDING"}, {6, "SERVICE_PAUSE_PENDING"}, {7, "SERVICE_PAUSED"},
-                                                    {8, "service_status_unknown"}};
+    const std::pair<DWORD, const char*> states[] = {{0, "service_status_unknown"}, {2, "SERVICE_START_PENDING"}, {4, "SERVICE_RUNNING"}, {5, "SERVICE_CONTINUE_PENDING"},
+        {6, "SERVICE_PAUSE_PENDING"}, {7, "SERVICE_PAUSED"}, {8, "service_status_unknown"}};
     for (const auto& [state, name] : states) { cases.push_back({{{4, 0}, {state, 0}}, "control 1", unexpected(name, "SERVICE_STOPPED")}); }
     for (const auto& [shown, calls, out] : cases) {
         restore();
@@ -46,39 +42,31 @@ TEST_F(Set, says_what_failed) {
     const std::string denied = ": 0x5 - Access denied.\n" + notice;
     const std::string no_folder = "Could not create config directory: Access denied.\n";
     expect_messages(set_tenant, "status 1",
-                    {{"SHGetKnownFolderPath 1", "", loading + "Could not resolve program data directory\n"},
-                     {"SHGetKnownFolderPath 2", "", "FATAL ERROR: Could not resolve program data directory\n"},
-                     {"GetFileAttributesW 1", "", loading + "Failed to read config file: filesystem error: exists: Access denied. [" + file + "]\n"},
-                     {"CreateFileW 1", "", loading + "Failed to read config file: read: " + file + ": Permission denied\n"},
-                     {"ReadFile 1", "", loading + "Failed to read config file: read: " + file + ": Read fault.\n"},
-                     {"CreateFileW 2", "", "Could not write new config: Permission denied\n"},
-                     {"WriteFile 1", "", "Could not write new config: No space left on device\n"},
-                     {"FlushFileBuffers 1", "", "Could not write new config: Disk full.\n"},
-                     {"MoveFileExW 1", "", "Could not write new config: Access denied.\n"}});
-    expect_messages(set_tenant, "status 1",
-                    {{"CreateDirectoryW 1", "", no_folder}, {"ConvertStringSecurityDescriptorToSecurityDescriptorW 1", "", no_folder}}, false);
+        {{"SHGetKnownFolderPath 1", "", loading + "Could not resolve program data directory\n"},
+            {"SHGetKnownFolderPath 2", "", "FATAL ERROR: Could not resolve program data directory\n"},
+            {"GetFileAttributesW 1", "", loading + "Failed to read config file: filesystem error: exists: Access denied. [" + file + "]\n"},
+            {"CreateFileW 1", "", loading + "Failed to read config file: read: " + file + ": Permission denied\n"},
+            {"ReadFile 1", "", loading + "Failed to read config file: read: " + file + ": Read fault.\n"}, {"CreateFileW 2", "", "Could not write new config: Permission denied\n"},
+            {"WriteFile 1", "", "Could not write new config: No space left on device\n"}, {"FlushFileBuffers 1", "", "Could not write new config: Disk full.\n"},
+            {"MoveFileExW 1", "", "Could not write new config: Access denied.\n"}});
+    expect_messages(set_tenant, "status 1", {{"CreateDirectoryW 1", "", no_folder}, {"ConvertStringSecurityDescriptorToSecurityDescriptorW 1", "", no_folder}}, false);
     expect_messages(set_tenant, "status 0",
-                    {{"OpenSCManagerW 1", "error opening service manager" + denied, ""},
-                     {"OpenServiceW 1", "error opening service manager on corvel service" + denied, ""},
-                     {"QueryServiceStatus 2", "error querying service manager for corvel service info" + denied, ""},
-                     {"ControlService 1", "error stopping corvel service" + denied, ""},
-                     {"ChangeServiceConfig2W 1", "", "",
-                      "error restart_corvel_service: error setting corvel service to delayed auto start: 0x5 - Access denied."},
-                     {"StartServiceW 1", "error starting corvel service" + denied, ""}});
+        {{"OpenSCManagerW 1", "error opening service manager" + denied, ""}, {"OpenServiceW 1", "error opening service manager on corvel service" + denied, ""},
+            {"QueryServiceStatus 2", "error querying service manager for corvel service info" + denied, ""}, {"ControlService 1", "error stopping corvel service" + denied, ""},
+            {"ChangeServiceConfig2W 1", "", "", "error restart_corvel_service: error setting corvel service to delayed auto start: 0x5 - Access denied."},
+            {"StartServiceW 1", "error starting corvel service" + denied, ""}});
 }
 
 TEST_F(Set, takes_the_operands_before_the_environment_and_that_before_the_file) {
     configure(R"({"webapp_addr": "file", "self_update_addr": "file", "host_id": "6f9619ff-8b86-d011-b42d-00c04fc964fe", "skip_power_check": true})");
-    environment = {
-        {L"WEBAPP_ADDR", L"variable"}, {L"SELF_UPDATE_ADDR", L""}, {L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}, {L"LOG_LEVEL", L"x"}};
+    environment = {{L"WEBAPP_ADDR", L"variable"}, {L"SELF_UPDATE_ADDR", L""}, {L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}, {L"LOG_LEVEL", L"x"}};
     const Outcome outcome = run({"set", "webapp_addr", "first", "tenant_id", tenant, "webapp_addr", "last"});
-    EXPECT_EQ(
-        outcome.facts.at("configuration"),
+    EXPECT_EQ(outcome.facts.at("configuration"),
         R"({"host_id":"00000000-0000-0000-0000-000000000000","log_level":"info","self_update":true,"self_update_addr":"",)"
         R"("self_update_profile":"production","skip_power_check":true,"tenant_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","webapp_addr":"last"})");
-    EXPECT_THAT(outcome.log, testing::IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID",
-                                                    "error config_load: Ignoring malformed configuration value for SELF_UPDATE: "
-                                                    "[json.exception.type_error.302] type must be boolean, but is string"}));
+    EXPECT_THAT(outcome.log,
+        testing::IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID", "error config_load: Ignoring malformed configuration value for SELF_UPDATE: "
+                                                                                                    "[json.exception.type_error.302] type must be boolean, but is string"}));
 }
 
 } // namespace
