@@ -51,13 +51,10 @@ Result refuse(DWORD error, Result result) {
 
 // What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
 // fakes are constructed.
-template <auto& fake, auto& real, typename Signature>
-struct Trampoline;
-
 template <auto& fake, auto& real, typename Result, typename... Args>
-struct Trampoline<fake, real, Result(Args...)> {
-    static Result WINAPI call(Args... args) { return fake.applies() ? fake.replacement(args...) : real(args...); }
-};
+Result WINAPI call(Args... args) {
+    return fake.applies() ? fake.replacement(args...) : real(args...);
+}
 
 } // namespace Fakes
 

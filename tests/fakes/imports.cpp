@@ -2,14 +2,12 @@
 
 // The linker option --wrap=__imp_NAME makes the pointers below the import table's entry and its original.
 #define CORVEL_DEFINE_FAKE(name, ...)                                                                                                                                              \
-    extern "C" {                                                                                                                                                                   \
-    extern decltype(&::name) __real___imp_##name;                                                                                                                                  \
-    }                                                                                                                                                                              \
+    extern "C" decltype(&::name) __real___imp_##name;                                                                                                                              \
     namespace Fakes {                                                                                                                                                              \
     Fake<decltype(::name)> name{&__real___imp_##name, #name};                                                                                                                      \
     }                                                                                                                                                                              \
     extern "C" {                                                                                                                                                                   \
-    decltype(&::name) __wrap___imp_##name = Fakes::Trampoline<Fakes::name, __real___imp_##name, decltype(::name)>::call;                                                           \
+    decltype(&::name) __wrap___imp_##name = Fakes::call<Fakes::name, __real___imp_##name>;                                                                                         \
     }
 
 CORVEL_OTHER_IMPORTS(CORVEL_DEFINE_FAKE)

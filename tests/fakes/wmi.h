@@ -1,18 +1,11 @@
 #pragma once
 
-#include "fakes/imports.h"
+#include "support/unit_test.h"
 
-#include <gtest/gtest.h>
-
-#include <oleauto.h>
 #include <wbemcli.h>
 
-#include <cstddef>
-#include <filesystem>
 #include <map>
-#include <string>
 #include <variant>
-#include <vector>
 
 /// WMI as far as the tool uses it: COM objects are made of nothing but the slots of their tables that it calls.
 namespace FakedWmi {

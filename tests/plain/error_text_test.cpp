@@ -8,8 +8,7 @@
 using WinConv::format_error_code;
 
 TEST(ErrorText, is_the_windows_update_message_of_a_code_or_else_the_systems_to_the_full_stop) {
-    EXPECT_EQ(format_error_code(0x80243FFF), "0x80243fff - There was a user interface error not covered by another "
-                                             "WU_E_AUCLIENT_ * error code.");
+    EXPECT_EQ(format_error_code(0x80243FFF), "0x80243fff - There was a user interface error not covered by another WU_E_AUCLIENT_ * error code.");
     EXPECT_EQ(format_error_code(0x80070422), "0x80070422 - Windows Update service stopped working or isn't running.");
     EXPECT_EQ(format_error_code(0x2FFFFFFF), "0x2fffffff - unknown error");
     // Texts of the system keep their placeholders.
