@@ -48,11 +48,13 @@ class SetCommand(HostTest):
         self.expect("set", "tenant_id", ID, written='{"self_update": "yes"}', err="Fatal exception occurred loading config: "
                     f"FATAL ERROR: Config file is malformed: {json_error}\n")
 
-    def test_a_file_that_is_writable_and_open_elsewhere_is_replaced(self):
+    def test_operands_come_before_the_environment_and_that_before_the_file_even_one_that_is_open_elsewhere(self):
         CONFIG_FOLDER.mkdir()
-        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update": true, "self_update": false}\r\n')
+        CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update_addr": "file", "webapp_addr": "file"}\r\n')
         with CONFIG_FILE.open():
-            self.expect("set", SELF_UPDATE="true", WEBAPP_ADDR="gelände", written={"skip_power_check": True, "webapp_addr": "gelände"})
+            self.expect("set", "webapp_addr", "first", "webapp_addr", "last",
+                        WEBAPP_ADDR="variable", SELF_UPDATE_ADDR="gelände", HOST_ID="no UUID",
+                        written={"skip_power_check": True, "self_update_addr": "gelände", "webapp_addr": "last"})
         self.assertTrue(CONFIG_FILE.stat().st_mode & 0o200)
 
     def test_a_failed_restart_is_no_failure_even_if_nothing_can_be_shown(self):

@@ -57,16 +57,4 @@ TEST_F(Set, says_what_failed) {
             {"StartServiceW 1", "error starting corvel service" + denied, ""}});
 }
 
-TEST_F(Set, takes_the_operands_before_the_environment_and_that_before_the_file) {
-    configure(R"({"webapp_addr": "file", "self_update_addr": "file", "host_id": "6f9619ff-8b86-d011-b42d-00c04fc964fe", "skip_power_check": true})");
-    environment = {{L"WEBAPP_ADDR", L"variable"}, {L"SELF_UPDATE_ADDR", L""}, {L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}, {L"LOG_LEVEL", L"x"}};
-    const Outcome outcome = run({"set", "webapp_addr", "first", "tenant_id", tenant, "webapp_addr", "last"});
-    EXPECT_EQ(outcome.facts.at("configuration"),
-        R"({"host_id":"00000000-0000-0000-0000-000000000000","log_level":"info","self_update":true,"self_update_addr":"",)"
-        R"("self_update_profile":"production","skip_power_check":true,"tenant_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","webapp_addr":"last"})");
-    EXPECT_THAT(outcome.log,
-        testing::IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID", "error config_load: Ignoring malformed configuration value for SELF_UPDATE: "
-                                                                                                    "[json.exception.type_error.302] type must be boolean, but is string"}));
-}
-
 } // namespace
