@@ -14,8 +14,7 @@
 
 namespace Fakes {
 
-template <typename Signature>
-struct Fake {
+template <typename Signature> struct Fake {
     Signature* const* original = nullptr;
     const char* name = "";
     std::function<Signature> replacement{};
@@ -23,16 +22,12 @@ struct Fake {
 
     bool applies() const { return replacement && thread == GetCurrentThreadId(); }
     /// Calls what a caller gets now.
-    template <typename... Args>
-    auto operator()(Args&&... args) const {
-        return applies() ? replacement(args...) : (*original)(args...);
-    }
+    template <typename... Args> auto operator()(Args&&... args) const { return applies() ? replacement(args...) : (*original)(args...); }
 };
 
 /// One replacement, which ends with the last copy of this object.
 struct Replacement {
-    template <typename Signature, typename Function>
-    Replacement(Fake<Signature>& fake, Function function) : end(nullptr, [&fake, previous = fake](void*) { fake = previous; }) {
+    template <typename Signature, typename Function> Replacement(Fake<Signature>& fake, Function function) : end(nullptr, [&fake, previous = fake](void*) { fake = previous; }) {
         fake.thread = GetCurrentThreadId();
         fake.replacement = std::move(function);
     }
@@ -43,22 +38,18 @@ struct Replacement {
 using Replacements = std::forward_list<Replacement>;
 
 /// Fails a call: sets the error and returns the result.
-template <typename Result>
-Result refuse(DWORD error, Result result) {
+template <typename Result> Result refuse(DWORD error, Result result) {
     SetLastError(error);
     return result;
 }
 
 // What the import table's pointer leads to instead of the system's function. The C++ library calls some before the
 // fakes are constructed.
-template <auto& fake, auto& real, typename Result, typename... Args>
-Result WINAPI call(Args... args) {
-    return fake.applies() ? fake.replacement(args...) : real(args...);
-}
+template <auto& fake, auto& real, typename Result, typename... Args> Result WINAPI call(Args... args) { return fake.applies() ? fake.replacement(args...) : real(args...); }
 
 } // namespace Fakes
 
-#define CORVEL_DECLARE_FAKE(name, ...)                                                                                                                                             \
-    namespace Fakes {                                                                                                                                                              \
-    extern Fake<decltype(::name)> name;                                                                                                                                            \
+#define CORVEL_DECLARE_FAKE(name, ...)                                                                                                                                                                 \
+    namespace Fakes {                                                                                                                                                                                  \
+    extern Fake<decltype(::name)> name;                                                                                                                                                                \
     }

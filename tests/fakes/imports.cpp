@@ -1,25 +1,25 @@
 #include "fakes/imports.h"
 
 // The linker option --wrap=__imp_NAME makes the pointers below the import table's entry and its original.
-#define CORVEL_DEFINE_FAKE(name, ...)                                                                                                                                              \
-    extern "C" decltype(&::name) __real___imp_##name;                                                                                                                              \
-    namespace Fakes {                                                                                                                                                              \
-    Fake<decltype(::name)> name{&__real___imp_##name, #name};                                                                                                                      \
-    }                                                                                                                                                                              \
-    extern "C" {                                                                                                                                                                   \
-    decltype(&::name) __wrap___imp_##name = Fakes::call<Fakes::name, __real___imp_##name>;                                                                                         \
+#define CORVEL_DEFINE_FAKE(name, ...)                                                                                                                                                                  \
+    extern "C" decltype(&::name) __real___imp_##name;                                                                                                                                                  \
+    namespace Fakes {                                                                                                                                                                                  \
+    Fake<decltype(::name)> name{&__real___imp_##name, #name};                                                                                                                                          \
+    }                                                                                                                                                                                                  \
+    extern "C" {                                                                                                                                                                                       \
+    decltype(&::name) __wrap___imp_##name = Fakes::call<Fakes::name, __real___imp_##name>;                                                                                                             \
     }
 
 CORVEL_OTHER_IMPORTS(CORVEL_DEFINE_FAKE)
 CORVEL_FAILING_IMPORTS(CORVEL_DEFINE_FAKE)
 
 // --wrap=NAME sends the calls of a linked function to __wrap_NAME.
-#define CORVEL_DEFINE_LINKED_FAKE(name, result, parameters, arguments)                                                                                                             \
-    extern "C" result WINAPI __real_##name parameters;                                                                                                                             \
-    namespace Fakes {                                                                                                                                                              \
-    static decltype(&::name) real_##name = __real_##name;                                                                                                                          \
-    Fake<decltype(::name)> name{&real_##name, #name};                                                                                                                              \
-    }                                                                                                                                                                              \
+#define CORVEL_DEFINE_LINKED_FAKE(name, result, parameters, arguments)                                                                                                                                 \
+    extern "C" result WINAPI __real_##name parameters;                                                                                                                                                 \
+    namespace Fakes {                                                                                                                                                                                  \
+    static decltype(&::name) real_##name = __real_##name;                                                                                                                                              \
+    Fake<decltype(::name)> name{&real_##name, #name};                                                                                                                                                  \
+    }                                                                                                                                                                                                  \
     extern "C" result WINAPI __wrap_##name parameters { return Fakes::name arguments; }
 
 CORVEL_DEFINE_LINKED_FAKE(GetBestInterface, DWORD, (IPAddr address, PDWORD index), (address, index))

@@ -24,8 +24,7 @@ inline HRESULT (*const good)() = [] { return S_OK; };
 inline Fakes::Fake<HRESULT()> connect_server{&good, "ConnectServer"}, exec_query{&good, "ExecQuery"}, next_row{&good, "Next"}, get_property{&good, "Get"};
 
 // An object, or none if the step that makes it failed.
-template <std::size_t slot, auto function, typename Interface>
-HRESULT give(HRESULT outcome, Interface** result) {
+template <std::size_t slot, auto function, typename Interface> HRESULT give(HRESULT outcome, Interface** result) {
     static void* table[32]{};
     static void* instance = table;
     table[2] = reinterpret_cast<void*>(+[](void*) -> ULONG { return static_cast<ULONG>(--references); });
@@ -37,16 +36,14 @@ HRESULT give(HRESULT outcome, Interface** result) {
 
 inline HRESULT get(void*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
     const auto found = rows[returned - 1].find(name);
-    if (found == rows[returned - 1].end()) { return static_cast<HRESULT>(WBEM_E_NOT_FOUND); }
-    value->vt = VT_NULL;
-    if (const auto* text = std::get_if<std::wstring>(&found->second)) {
-        value->vt = VT_BSTR;
-        value->bstrVal = SysAllocString(text->c_str());
-    } else if (const auto* number = std::get_if<LONG>(&found->second)) {
-        value->vt = VT_I4;
-        value->lVal = *number;
-    }
-    return get_property();
+    const HRESULT outcome = found == rows[returned - 1].end() ? static_cast<HRESULT>(WBEM_E_NOT_FOUND) : get_property();
+    if (FAILED(outcome)) { return outcome; }
+    const auto* const text = std::get_if<std::wstring>(&found->second);
+    const auto* const number = std::get_if<LONG>(&found->second);
+    value->vt = static_cast<VARTYPE>(text != nullptr ? VT_BSTR : number != nullptr ? VT_I4 : VT_NULL);
+    if (text != nullptr) { value->bstrVal = SysAllocString(text->c_str()); }
+    if (number != nullptr) { value->lVal = *number; }
+    return outcome;
 }
 
 inline HRESULT next(void*, LONG timeout, ULONG, IWbemClassObject** result, ULONG* count) {

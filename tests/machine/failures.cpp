@@ -4,8 +4,7 @@
 
 namespace {
 
-template <typename Result, typename... Args>
-Failure failure(Fakes::Fake<Result(Args...)>& fake, std::type_identity_t<Result> result = {}, DWORD error = ERROR_ACCESS_DENIED) {
+template <typename Result, typename... Args> Failure failure(Fakes::Fake<Result(Args...)>& fake, std::type_identity_t<Result> result = {}, DWORD error = ERROR_ACCESS_DENIED) {
     return {fake.name, [=, &fake](int which, int& calls) {
                 const auto broken = [=, &calls, healthy = fake](Args... args) -> Result {
                     if (++calls != which) { return healthy(args...); }

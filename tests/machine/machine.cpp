@@ -46,11 +46,12 @@ EventBatch large_batch() {
     return event_record(L"corvel", 8, EVENTLOG_WARNING_TYPE, {noise});
 }
 
-// Puts a name in place of the test's folder and of the time.
+// Puts names in place of the test's folder, of the time, and of how much there is of something.
 std::string without_time_and_place(std::string text, const std::string& folder) {
     for (auto at = text.find(folder); at != std::string::npos; at = text.find(folder)) { text.replace(at, folder.size(), "<folder>"); }
     static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)");
-    return std::regex_replace(text, time, "<time>");
+    static const std::regex amount(R"(\d+(?= (bytes|Windows licenses)))");
+    return std::regex_replace(std::regex_replace(text, time, "<time>"), amount, "<n>");
 }
 
 // What a recorded call shows of an argument.
@@ -110,11 +111,6 @@ void Machine::restore(bool configured) {
     for (const char* name : {"release.json", "developer.p7s"}) { std::filesystem::copy(std::string("Z:" TEST_FIXTURES "/sample_authorities/") + name, folder.path); }
     SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", nullptr);
     FakedWmi::rows = {{{L"OperatingSystemSKU", 48L}, {L"LicenseFamily", L"Pro"}, {L"LicenseStatus", 1L}, {L"Name", L"w"}, {L"ApplicationID", L"id"}}};
-}
-
-void Machine::configure(const std::string& content) {
-    put_file(agent / L"corvel.json", content);
-    configuration_ = content;
 }
 
 Outcome Machine::run(const Lines& arguments, const Change& change) {
@@ -297,8 +293,7 @@ void Machine::fake_signatures() {
     });
     expects(Fakes::CertCloseStore, FieldsAre(_, DWORD{CERT_CLOSE_STORE_CHECK_FLAG}));
     expects(Fakes::CertCreateCertificateChainEngine, FieldsAre(Pointee(Field(&CERT_CHAIN_ENGINE_CONFIG::cbSize, 80U)), _));
-    fake(Fakes::CryptGetMessageSignerCount, _,
-        [this](auto... arguments) { return signers.empty() ? (*Fakes::CryptGetMessageSignerCount.original)(arguments...) : counted_signers; });
+    fake(Fakes::CryptGetMessageSignerCount, _, [this](auto... arguments) { return signers.empty() ? (*Fakes::CryptGetMessageSignerCount.original)(arguments...) : counted_signers; });
     const auto verify = [this](auto a, DWORD signer, auto c, auto d, auto e, auto f, auto g, PCCERT_CONTEXT* certificate) {
         if (signers.empty()) { return (*Fakes::CryptVerifyDetachedMessageSignature.original)(a, signer, c, d, e, f, g, certificate); }
         if (signer >= signers.size()) { return refuse(static_cast<DWORD>(CRYPT_E_NO_SIGNER), FALSE); }

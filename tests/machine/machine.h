@@ -25,8 +25,7 @@ Facts facts_of(const std::string& document);
 std::string difference(const Facts& expected, const Facts& got);
 
 /// Lets every call of a function fail.
-template <typename Result, typename... Args>
-Change failing(Fakes::Fake<Result(Args...)>& function, std::type_identity_t<Result> result, DWORD error = ERROR_ACCESS_DENIED) {
+template <typename Result, typename... Args> Change failing(Fakes::Fake<Result(Args...)>& function, std::type_identity_t<Result> result, DWORD error = ERROR_ACCESS_DENIED) {
     return [=, &function] { return Fakes::Replacement(function, [=](Args...) { return Fakes::refuse(error, result); }).end; };
 }
 
@@ -88,7 +87,7 @@ protected:
     void restore(bool configured = true);
 
     /// Writes the configuration file.
-    void configure(const std::string& content);
+    void configure(const std::string& content) { put_file(agent / L"corvel.json", configuration_ = content); }
 
     /// Runs a command, with a change that lasts as long. Expects of every run that it leaves no handle, no COM object and
     /// no temporary file behind, and the configuration whole.

@@ -8,8 +8,8 @@ using Logger::Level;
 using Logger::parse_log_level_config;
 
 TEST(LevelConfig, has_the_level_of_the_last_item_without_a_logger_name) {
-    const std::pair<const char*, Level> cases[] = {{"", Level::Info}, {"Info", Level::None}, {"inf", Level::None}, {"infos", Level::None}, {"info,", Level::None},
-        {",info", Level::Info}, {"main=", Level::None}, {"debug=", Level::Debug}, {"debug,error", Level::Error}, {"main=debug", Level::Info}};
+    const std::pair<const char*, Level> cases[] = {{"", Level::Info}, {"Info", Level::None}, {"inf", Level::None}, {"infos", Level::None}, {"info,", Level::None}, {",info", Level::Info},
+        {"main=", Level::None}, {"debug=", Level::Debug}, {"debug,error", Level::Error}, {"main=debug", Level::Info}};
     for (const auto& [text, level] : cases) { EXPECT_EQ(parse_log_level_config(text).default_level, level) << text; }
 }
 

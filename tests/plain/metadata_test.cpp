@@ -9,8 +9,7 @@ TEST(MetadataDocument, is_compact_has_every_key_in_order_and_only_what_a_licence
     metadata.hostname = "grün";
     metadata.entitlements = {{}, {"license", "n", {}, "f", "a", 7}};
     std::string entitlements = R"({"type":"license"},{"appid":"a","family":"f","status":"UNKNOWN","type":"license","value":"n"})";
-    for (const char* const name :
-        {"UNLICENSED", "UNLICENSED", "LICENSED", "OOB_GRACE", "OOT_GRACE", "NON_GENUINE_GRACE", "NOTIFICATION", "EXTENDED_GRACE", "UNKNOWN", "UNLICENSED"}) {
+    for (const char* const name : {"UNLICENSED", "UNLICENSED", "LICENSED", "OOB_GRACE", "OOT_GRACE", "NON_GENUINE_GRACE", "NOTIFICATION", "EXTENDED_GRACE", "UNKNOWN", "UNLICENSED"}) {
         metadata.entitlements.push_back({.status = static_cast<std::int32_t>(metadata.entitlements.size()) - 3});
         entitlements += fmt::format(R"(,{{"status":"{}","type":"license"}})", name);
     }

@@ -14,8 +14,8 @@ TEST(Console, gets_utf_16_and_a_file_or_pipe_utf_8_each_stream_by_itself) {
         written.push_back(fmt::format("console {} {}", to == output ? 1 : 2, std::filesystem::path(wide).string()));
         return FALSE; // which is ignored
     });
-    const Fakes::Replacement write(Fakes::_write,
-        [&](int to, const void* text, unsigned length) { return written.push_back(fmt::format("file {} {}", to, std::string_view(static_cast<const char*>(text), length))), -1; });
+    const Fakes::Replacement write(
+        Fakes::_write, [&](int to, const void* text, unsigned length) { return written.push_back(fmt::format("file {} {}", to, std::string_view(static_cast<const char*>(text), length))), -1; });
     Console::print("{}\n", "ü\xFF€");
     Console::print_error("{}\n", "ü\xFF€");
     EXPECT_TRUE(Console::output_is_console());

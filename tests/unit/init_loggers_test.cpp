@@ -41,9 +41,7 @@ private:
         log();
         Logger::stop_logging();
         fmt::print(stderr, "{}\n{}", fmt::join(RecordedLog::lines, "\n"), testing::internal::GetCapturedStdout());
-        for (const auto& path : std::set<std::filesystem::path>(std::filesystem::directory_iterator("."), {})) {
-            fmt::print(stderr, "{}: {}", path.filename().string(), get_file(path));
-        }
+        for (const auto& path : std::set<std::filesystem::path>(std::filesystem::directory_iterator("."), {})) { fmt::print(stderr, "{}: {}", path.filename().string(), get_file(path)); }
         std::exit(0);
     }
 };
@@ -97,24 +95,21 @@ TEST_F(InitLoggers, opens_every_logger_to_its_level_and_the_capture_sink_to_debu
 TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_by_its_level) {
     const auto source = reinterpret_cast<HANDLE>(1);
     std::string reported;
-    const Fakes::Replacement begin(
-        Fakes::RegisterEventSourceW, [&](LPCWSTR server, LPCWSTR name) { return server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr; });
+    const auto open = [&](LPCWSTR server, LPCWSTR name) { return server == nullptr && std::wstring_view(name) == L"corvel" ? source : nullptr; };
+    const Fakes::Replacement begin(Fakes::RegisterEventSourceW, open);
     const Fakes::Replacement end(Fakes::DeregisterEventSource, [&](HANDLE handle) { return reported += handle == source ? "end" : "?", TRUE; });
-    const Fakes::Replacement report(
-        Fakes::ReportEventW, [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user, WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
-            EXPECT_EQ(std::tuple(handle, category, user, count, size, data), std::tuple(source, 0, nullptr, 2, 0U, nullptr));
-            const std::string text = std::filesystem::path(strings[0]).string();
-            EXPECT_THAT(text, StartsWith("MESSAGE=gr\u00fc\u00df\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  "
-                                         "SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_"));
-            EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
-            reported += fmt::format("{}:{:x}:{} ", type, identifier, text.substr(text.rfind('_') + 1));
-            return FALSE;
-        });
+    const auto report = [&](HANDLE handle, WORD type, WORD category, DWORD identifier, PSID user, WORD count, DWORD size, LPCWSTR* strings, LPVOID data) {
+        EXPECT_EQ(std::tuple(handle, category, user, count, size, data), std::tuple(source, 0, nullptr, 2, 0U, nullptr));
+        const std::string text = std::filesystem::path(strings[0]).string();
+        EXPECT_THAT(text, StartsWith("MESSAGE=grüß\n  CODE_FILE=load.cpp  CODE_LINE=120  CODE_FUNC=load  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_"));
+        EXPECT_STREQ(strings[1], L"gr\u00fc\u00df\n");
+        return reported += fmt::format("{}:{:x}:{} ", type, identifier, text.substr(text.rfind('_') + 1)), FALSE;
+    };
+    const Fakes::Replacement reports(Fakes::ReportEventW, report);
     for (System::WindowsEventSink sink; const int level : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}) {
         const auto code = static_cast<quill::LogLevel>(level);
-        const auto* const function = level % 2 == 0 ? "load" : "Config::load";
-        const quill::MacroMetadata data("src/load.cpp:120", function, "{}", nullptr, code, quill::MacroMetadata::Event::Log);
-        sink.write({data, "main", code, "", "gr\u00fc\u00df\n"});
+        const quill::MacroMetadata data("src/load.cpp:120", level % 2 == 0 ? "load" : "Config::load", "{}", nullptr, code, quill::MacroMetadata::Event::Log);
+        sink.write({data, "main", code, "", "grüß\n"});
     }
     EXPECT_EQ(reported, "4:20000003:TRACEL3 4:20000002:TRACEL2 4:20000001:TRACEL1 4:20000004:DEBUG 4:20000005:INFO 4:20000009:NOTICE "
                         "2:20000006:WARNING 1:20000007:ERROR 1:20000008:CRITICAL 1:20000007:ERROR end");

@@ -5,7 +5,7 @@
 
 using namespace testing;
 
-class ConfigLoad : public Machine {};
+using ConfigLoad = Machine;
 
 TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
     const auto in_the_way = agent / L"corvel.json._corvel_tmp";
@@ -13,9 +13,8 @@ TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_enviro
     environment = {{L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}};
     Config::config_load(true);
     EXPECT_TRUE(Config::current().host_id.is_nil());
-    EXPECT_THAT(RecordedLog::take(),
-        IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID",
-            "error config_load: Ignoring malformed configuration value for SELF_UPDATE: [json.exception.type_error.302] type must be boolean, but is string"}));
+    EXPECT_THAT(RecordedLog::take(), IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID",
+                                         "error config_load: Ignoring malformed configuration value for SELF_UPDATE: [json.exception.type_error.302] type must be boolean, but is string"}));
     environment = {{L"WEBAPP_ADDR", L"variable"}};
     EXPECT_THAT([] { Config::config_load(true); },
         Throws<WinConv::CorvelFatalException>(Property(&WinConv::CorvelFatalException::text, "FATAL ERROR: Couldn't write generated host id to config file: File exists")));
@@ -28,6 +27,4 @@ TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_enviro
     EXPECT_FALSE(written.host_id.is_nil());
     EXPECT_THAT(RecordedLog::take(), Contains("debug config_load: Generated host_id " + written.host_id.text()));
     EXPECT_EQ(get_file(agent / L"corvel.json"), Config::serialise(written));
-    Config::config_load(true);
-    EXPECT_EQ(Config::current().host_id.text(), written.host_id.text());
 }

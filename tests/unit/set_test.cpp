@@ -11,20 +11,17 @@ const std::string notice = "Please restart the corvel-tracker service manually s
 TEST_F(Set, stops_configures_and_starts_the_service_and_waits_as_the_service_asks) {
     const std::string start = "delay start; start";
     const std::string second_5 = "; sleep 5000";
-    const auto unexpected = [](const char* state, const char* expected) {
-        return fmt::format("error unexpected corvel service state:{} expected:{}\n{}", state, expected, notice);
-    };
-    std::vector<std::tuple<decltype(service), std::string, std::string>> cases = {
-        {{{4, 0}, {3, 0}, {1, 0}, {2, 0}, {4, 0}}, "control 1; sleep 1000; delay start; start; sleep 1000", ""}, {{{1, 0}, {4, 0}}, start, ""},
-        {{{3, 0}, {1, 0}, {4, 0}}, start, ""}, {{{1, 0}, {2, 0}, {1, 0}}, start + "; sleep 1000", unexpected("SERVICE_STOPPED", "SERVICE_RUNNING")},
+    const auto unexpected = [](const char* state, const char* expected) { return fmt::format("error unexpected corvel service state:{} expected:{}\n{}", state, expected, notice); };
+    std::vector<std::tuple<decltype(service), std::string, std::string>> cases = {{{{4, 0}, {3, 0}, {1, 0}, {2, 0}, {4, 0}}, "control 1; sleep 1000; delay start; start; sleep 1000", ""},
+        {{{1, 0}, {4, 0}}, start, ""}, {{{3, 0}, {1, 0}, {4, 0}}, start, ""}, {{{1, 0}, {2, 0}, {1, 0}}, start + "; sleep 1000", unexpected("SERVICE_STOPPED", "SERVICE_RUNNING")},
         // 30 seconds are not over yet after six times five.
         {{{4, 0}, {3, 50009}}, "control 1" + second_5 + second_5 + second_5 + second_5 + second_5 + second_5 + second_5,
             "error timeout reached corvel service state change to SERVICE_STOPPED\n" + notice}};
     for (const auto& [hint, sleep] : {std::pair(0UL, 1000), {9999UL, 1000}, {10010UL, 1001}, {99990UL, 9999}, {200000UL, 10000}}) {
         cases.push_back({{{1, 0}, {2, hint}, {4, 0}}, fmt::format("{}; sleep {}", start, sleep), ""});
     }
-    const std::pair<DWORD, const char*> states[] = {{0, "service_status_unknown"}, {2, "SERVICE_START_PENDING"}, {4, "SERVICE_RUNNING"}, {5, "SERVICE_CONTINUE_PENDING"},
-        {6, "SERVICE_PAUSE_PENDING"}, {7, "SERVICE_PAUSED"}, {8, "service_status_unknown"}};
+    const std::pair<DWORD, const char*> states[] = {{0, "service_status_unknown"}, {2, "SERVICE_START_PENDING"}, {4, "SERVICE_RUNNING"}, {5, "SERVICE_CONTINUE_PENDING"}, {6, "SERVICE_PAUSE_PENDING"},
+        {7, "SERVICE_PAUSED"}, {8, "service_status_unknown"}};
     for (const auto& [state, name] : states) { cases.push_back({{{4, 0}, {state, 0}}, "control 1", unexpected(name, "SERVICE_STOPPED")}); }
     for (const auto& [shown, calls, out] : cases) {
         restore();
@@ -42,8 +39,7 @@ TEST_F(Set, says_what_failed) {
     const std::string denied = ": 0x5 - Access denied.\n" + notice;
     const std::string no_folder = "Could not create config directory: Access denied.\n";
     expect_messages(set_tenant, "status 1",
-        {{"SHGetKnownFolderPath 1", "", loading + "Could not resolve program data directory\n"},
-            {"SHGetKnownFolderPath 2", "", "FATAL ERROR: Could not resolve program data directory\n"},
+        {{"SHGetKnownFolderPath 1", "", loading + "Could not resolve program data directory\n"}, {"SHGetKnownFolderPath 2", "", "FATAL ERROR: Could not resolve program data directory\n"},
             {"GetFileAttributesW 1", "", loading + "Failed to read config file: filesystem error: exists: Access denied. [" + file + "]\n"},
             {"CreateFileW 1", "", loading + "Failed to read config file: read: " + file + ": Permission denied\n"},
             {"ReadFile 1", "", loading + "Failed to read config file: read: " + file + ": Read fault.\n"}, {"CreateFileW 2", "", "Could not write new config: Permission denied\n"},

@@ -46,10 +46,9 @@ TEST_F(SupportBundle, of_a_healthy_machine_holds_everything) {
                               R"( [{"appid": "id", "family": "Pro", "status": "LICENSED", "type": "license", "value": "w"}], "hostname": "grün-and-more-than-fifteen",)"
                               R"( "ip_addresses": "10.0.0.1", "logstyle": 0, "os_class": 4, "os_licenses": ["Pro", "product_type=48"],)"
                               R"( "os_name": "Windows 11 for x64-based Systems", "system_uptime_since": "2025-01-31 14:05:09.0000000"})");
-    expected.merge(
-        Facts{{"windows_cbs.log", "1"}, {"windows_reportingevents.log", "2"}, {"windows_update.log", "3"}, {"archive", "complete"}, {"agent.log", get_file(agent / L"agent.log")},
-            {"setup.log", "setup"}, {"corvel.json", R"({"log_level":"debug"})"}, {"configuration", R"({"log_level":"debug"})"}, {"corvel_svcstatus.txt", "SERVICE_RUNNING"},
-            {"corvel_syslog.txt", outcome.facts.at("corvel_syslog.txt")}, {"folder of the configuration", "agent.log corvel.json folder.log "}});
+    expected.merge(Facts{{"windows_cbs.log", "1"}, {"windows_reportingevents.log", "2"}, {"windows_update.log", "3"}, {"archive", "complete"}, {"agent.log", get_file(agent / L"agent.log")},
+        {"setup.log", "setup"}, {"corvel.json", R"({"log_level":"debug"})"}, {"configuration", R"({"log_level":"debug"})"}, {"corvel_svcstatus.txt", "SERVICE_RUNNING"},
+        {"corvel_syslog.txt", outcome.facts.at("corvel_syslog.txt")}, {"folder of the configuration", "agent.log corvel.json folder.log "}});
     EXPECT_EQ(difference(expected, outcome.facts), "");
 }
 
@@ -58,8 +57,7 @@ TEST_F(SupportBundle, names_the_processor_and_the_desktop_that_looks_like_a_serv
     expect_changes({});
     product = 12;
     expect_changes({{"fact os_name", "\"Windows Server 2022 (Server Core Installation)\""}});
-    const std::tuple<USHORT, WORD, const char*> processors[] = {
-        {0, 0, "x86"}, {0, 5, "arm"}, {0, 6, "ia64"}, {0, 9, "x64"}, {0, 12, "arm64"}, {0, 77, "x86_64"}, {0xAA64, 9, "arm64"}};
+    const std::tuple<USHORT, WORD, const char*> processors[] = {{0, 0, "x86"}, {0, 5, "arm"}, {0, 6, "ia64"}, {0, 9, "x64"}, {0, 12, "arm64"}, {0, 77, "x86_64"}, {0xAA64, 9, "arm64"}};
     for (const auto& [machine, number, native] : processors) {
         restore();
         native_machine = machine;
@@ -71,8 +69,7 @@ TEST_F(SupportBundle, names_the_processor_and_the_desktop_that_looks_like_a_serv
 
 TEST_F(SupportBundle, tells_what_wmi_knows) {
     const std::tuple<FakedWmi::Value, const char*, const char*> numbers[] = {{L"175", "175", ""}, {L"x", "0", "error detect_windows_product_type: invalid stoul argument"},
-        {L"99999999999", "0", "error detect_windows_product_type: stoul argument out of range"},
-        {{}, "0", "error get_wmi_property: OperatingSystemSKU type is not VT_BSTR or VT_I4"}};
+        {L"99999999999", "0", "error detect_windows_product_type: stoul argument out of range"}, {{}, "0", "error get_wmi_property: OperatingSystemSKU type is not VT_BSTR or VT_I4"}};
     for (const auto& [sku, number, reason] : numbers) {
         FakedWmi::rows[0][L"OperatingSystemSKU"] = sku;
         expect_changes({{"fact os_licenses", fmt::format(R"(["Pro","product_type={}"])", number)}}, reason);
@@ -82,9 +79,7 @@ TEST_F(SupportBundle, tells_what_wmi_knows) {
     FakedWmi::rows.clear();
     const std::tuple<const wchar_t*, FakedWmi::Value, FakedWmi::Value> licences[] = {
         {L"a", L"F", 0L}, {L"same", L"F", 0L}, {L"c", L"F", L"6"}, {L"d", {}, 7L}, {L"damaged, so the last", L"H", L"x"}, {L"f", L"I", 1L}};
-    for (const auto& [name, family, status] : licences) {
-        FakedWmi::rows.push_back({{L"Name", name}, {L"LicenseFamily", family}, {L"LicenseStatus", status}, {L"OperatingSystemSKU", 1L}});
-    }
+    for (const auto& [name, family, status] : licences) { FakedWmi::rows.push_back({{L"Name", name}, {L"LicenseFamily", family}, {L"LicenseStatus", status}, {L"OperatingSystemSKU", 1L}}); }
     const char* const listed = R"([{"family":"F","status":"UNLICENSED","type":"license","value":"a"},)"
                                R"({"family":"F","status":"EXTENDED_GRACE","type":"license","value":"c"},{"type":"license","value":"d"}])";
     expect_changes({{"fact os_licenses", R"(["F","product_type=1"])"}, {"fact entitlements", listed}}, "error get_windows_licenses: invalid stol argument");
@@ -105,8 +100,7 @@ TEST_F(SupportBundle, tells_the_address_of_the_default_route_if_a_host_resolves)
 }
 
 TEST_F(SupportBundle, keeps_what_detection_found_before_it_ended) {
-    expect_changes(
-        {{"fact hostname", R"("unknown")"}, {"fact ip_addresses", R"("Unknown ip")"}, {"fact system_uptime_since", "9"}, {"fact arch", R"({"build":"x86_64","native":"unknown"})"}},
+    expect_changes({{"fact hostname", R"("unknown")"}, {"fact ip_addresses", R"("Unknown ip")"}, {"fact system_uptime_since", "9"}, {"fact arch", R"({"build":"x86_64","native":"unknown"})"}},
         "error zip_add_agent_metadata: FATAL ERROR: Failed to startup winsock: 0x", failing(Fakes::WSAStartup, WSASYSNOTREADY));
 }
 
@@ -117,8 +111,8 @@ TEST_F(SupportBundle, reads_the_event_log_whatever_the_size_of_a_record) {
     EventBatch damaged = event;
     damaged[0] = std::byte{1};
     event_log = {{0, event}, {0, large}, {0, event + damaged}, {0, event}};
-    const Outcome outcome = expect_changes({{"corvel_syslog.txt", fmt::format("{0}text\n{0}{1}\n{0}text\n{0}text\n", head, std::string(80000, 'x'))}},
-        "error read_logs_to_buff: skipped 1 damaged records of eventlog");
+    const Outcome outcome =
+        expect_changes({{"corvel_syslog.txt", fmt::format("{0}text\n{0}{1}\n{0}text\n{0}text\n", head, std::string(80000, 'x'))}}, "error read_logs_to_buff: skipped 1 damaged records of eventlog");
     EXPECT_THAT(outcome.calls, Contains(fmt::format("read {}", large.size())));
     const std::pair<Read, const char*> failures[] = {
         {{0, large, 4}, "error: resized eventlog read buffer but failed with: 0x7a - "}, {{ERROR_EVENTLOG_FILE_CORRUPT}, "error reading from eventlog: 0x5dc - "}};
@@ -129,8 +123,8 @@ TEST_F(SupportBundle, reads_the_event_log_whatever_the_size_of_a_record) {
 }
 
 TEST_F(SupportBundle, has_the_update_logs_unless_they_are_excluded_or_power_shell_does_not_run) {
-    for (const Lines& arguments : {Lines{"foo", "create_support_bundle", "bar"}, {"create_support_bundle", "--exclude"}, {"create_support_bundle", "--exclude", "WU"},
-             {"create_support_bundle", "wu", "--exclude"}}) {
+    for (const Lines& arguments :
+        {Lines{"foo", "create_support_bundle", "bar"}, {"create_support_bundle", "--exclude"}, {"create_support_bundle", "--exclude", "WU"}, {"create_support_bundle", "wu", "--exclude"}}) {
         expect_changes({}, "", nullptr, arguments);
     }
     const Facts without = {{"windows_cbs.log", ""}, {"windows_reportingevents.log", ""}, {"windows_update.log", ""}};
@@ -138,9 +132,7 @@ TEST_F(SupportBundle, has_the_update_logs_unless_they_are_excluded_or_power_shel
         EXPECT_THAT(expect_changes(without, "", nullptr, arguments).calls.front(), Not(StartsWith("powershell")));
     }
     const auto cannot_wait = [this] {
-        const auto wait = [this](HANDLE object, DWORD time) {
-            return object == process ? Fakes::refuse(ERROR_ACCESS_DENIED, WAIT_FAILED) : (*Fakes::WaitForSingleObject.original)(object, time);
-        };
+        const auto wait = [this](HANDLE object, DWORD time) { return object == process ? Fakes::refuse(ERROR_ACCESS_DENIED, WAIT_FAILED) : (*Fakes::WaitForSingleObject.original)(object, time); };
         return Fakes::Replacement(Fakes::WaitForSingleObject, wait).end;
     };
     const std::string failed = "debug zip_generate_os_update_logs: failed to ";
@@ -158,8 +150,7 @@ TEST_F(SupportBundle, says_what_failed) {
             {"SHGetKnownFolderPath 1", "", "FATAL ERROR: Could not resolve program data directory\n"},
             {"GetWindowsDirectoryW 1", "", "FATAL ERROR: Could not resolve Windows directory : 0x5 - Access denied.\n"}});
     const std::string denied = "Please try operation again using administrator-level permissions.\nERROR while writing corvel support bundle\n";
-    expect_messages(create_support_bundle, "status 1",
-        {{"CreateFileW 1", creating + denied, "", "critical write_zip: failed to open zip_writer on file at " + path + " with err \"MZ_OPEN_ERROR\""}});
+    expect_messages(create_support_bundle, "status 1", {{"CreateFileW 1", creating + denied, "", "critical write_zip: failed to open zip_writer on file at " + path + " with err \"MZ_OPEN_ERROR\""}});
     const std::string success = creating + "SUCCESS writing corvel support bundle\n";
     expect_messages(create_support_bundle, "status 0",
         {{"CoInitializeEx 1", success, "", "error WindowsIpcApartment: Failed to initialize COM (error code: 0x80010106)"},

@@ -35,19 +35,15 @@ TEST_F(VerifyRelease, says_what_failed) {
     expect_messages(verify_release, "status 1",
         {{"CertOpenStore 1", "", fatal + "create internal certificate store: 5\n"}, {"CertCreateCertificateContext 2", "", fatal + "add release CA to certificate store: 5\n"},
             {"CertNameToStrW 1", "", fatal + "get certificate subject name\n"}, {"CertNameToStrW 4", "", fatal + "get certificate subject name\n"},
-            {"CertAddCertificateContextToStore 2", "", fatal + "add release CA to certificate store: 5\n"},
-            {"CertOpenStore 2", "", fatal + "create certficate store collection: 5\n"},
-            {"CertAddStoreToCollection 1", "", fatal + "add internal certificate store to collection: 5\n"},
-            {"CertOpenSystemStoreW 1", "", fatal + "open system certificate store: 5\n"},
-            {"CertAddStoreToCollection 2", "", fatal + "add system certificate store to collection: 5\n"},
-            {"CertCreateCertificateChainEngine 1", "", fatal + "create certificate chain engine: 5\n"},
+            {"CertAddCertificateContextToStore 2", "", fatal + "add release CA to certificate store: 5\n"}, {"CertOpenStore 2", "", fatal + "create certficate store collection: 5\n"},
+            {"CertAddStoreToCollection 1", "", fatal + "add internal certificate store to collection: 5\n"}, {"CertOpenSystemStoreW 1", "", fatal + "open system certificate store: 5\n"},
+            {"CertAddStoreToCollection 2", "", fatal + "add system certificate store to collection: 5\n"}, {"CertCreateCertificateChainEngine 1", "", fatal + "create certificate chain engine: 5\n"},
             {"CertOpenStore 3", unverified, "", "error verify: Failed to open signature certificate store"},
             {"CryptVerifyDetachedMessageSignature 1", unverified, "", "error verify: Failed to verify signature 0: 80090006"},
             {"CertGetCertificateChain 1", unverified, "", "error verify: Failed to build certificate chain for signature 0: 5"},
-            {"CertNameToStrW 5", unverified, "", "error verify: Failed to get root certificate subject name for signature 0"},
-            {"CreateFileW 2", "", unread + "release.json: Permission denied"}, {"ReadFile 5", "", unread + "developer.p7s: Read fault."}});
-    expect_messages(verify_release, "status 0",
-        {{"CertCloseStore 1", verdict(true, false), "", "warning cert_close_store: Certificate store indicates resources haven't been properly freed"}});
+            {"CertNameToStrW 5", unverified, "", "error verify: Failed to get root certificate subject name for signature 0"}, {"CreateFileW 2", "", unread + "release.json: Permission denied"},
+            {"ReadFile 5", "", unread + "developer.p7s: Read fault."}});
+    expect_messages(verify_release, "status 0", {{"CertCloseStore 1", verdict(true, false), "", "warning cert_close_store: Certificate store indicates resources haven't been properly freed"}});
 }
 
 } // namespace
