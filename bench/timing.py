@@ -1,0 +1,27 @@
+"""What the benchmarks share."""
+
+import pathlib
+import subprocess
+import sys
+import time
+
+from windows_host import WineHost
+
+BUILD = pathlib.Path(sys.argv[1]).resolve()
+HOST = WineHost(BUILD / "bench-host")
+
+
+def seconds(*command):
+    """Returns how long a program of this machine takes, which has to succeed."""
+    start = time.perf_counter()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return time.perf_counter() - start
+
+
+def in_turns(rounds, *measurements):
+    """Returns the results of each measurement. They take turns so that a busy moment does not hit one of them alone."""
+    results = [[] for _ in measurements]
+    for _ in range(rounds):
+        for measure, taken in zip(measurements, results):
+            taken.append(measure())
+    return results
