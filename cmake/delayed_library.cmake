@@ -1,6 +1,6 @@
 # corvel_add_delayed_library(DLL): the target corvel::delayed_DLL links a system library that is loaded at the first call
-# of one of the functions in delayed/DLL.def, by when the search is confined to System32. At start-up Windows would take
-# a file of its name beside the executable, unless it counts it among its known libraries; and no command needs them all.
+# of one of the functions in delayed/DLL.def. The search is confined to System32 by then; at start-up, Windows would take
+# a file of that name beside the executable, unless it is one of its known libraries. No command needs all of them.
 function(corvel_add_delayed_library dll)
   set(target corvel_delayed_${dll})
   add_library(${target} INTERFACE)

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Unpacks the sources of minizip-ng 3.0.9 into a folder: fetch_minizip.sh FOLDER
 #
-# Debian packages none that can be cross-built; a package of the npm registry carries them whole.
+# Debian has no package of it for the cross compiler; a package of the npm registry contains its complete sources.
 set -eu
 folder=$1
 package=react-native-code-push@9.0.1

@@ -2,7 +2,7 @@
 # Unpacks Debian's npm client into a folder, without installing anything: unpack_npm.sh FOLDER
 #
 # Run it as `NODE_PATH=FOLDER/usr/share/nodejs node FOLDER/usr/share/nodejs/npm/bin/npm-cli.js`. Debian's package depends
-# on hundreds of others; these are the ones of which `npm pack` loads something.
+# on hundreds of others; these are the ones that `npm pack` loads.
 set -eu
 folder=$1
 packages=$(sed 's/[^ ]*/node-&/g' <<END
