@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <share.h>
+
 #include <cstdio>
 
 namespace {
@@ -13,7 +15,7 @@ SERVICE_STATUS_HANDLE status_handle = nullptr;
 HANDLE stop_event = nullptr;
 
 void record(const char* line) {
-    if (std::FILE* file = _wfopen(record_file, L"ab")) {
+    if (std::FILE* file = _wfsopen(record_file, L"ab", _SH_DENYNO)) {
         std::fprintf(file, "%s\n", line);
         std::fclose(file);
     }

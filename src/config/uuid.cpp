@@ -54,7 +54,8 @@ std::string Uuid::text() const {
     const RpcString owner(buffer);
     // Digits and hyphens, which are the same in UTF-8.
     std::string text(text_length, '\0');
-    std::copy_n(owner.get(), text_length, text.begin());
+    std::transform(owner.get(), owner.get() + text_length, text.begin(),
+                   [](auto character) { return static_cast<char>(character); });
     return text;
 }
 

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstddef>
 #include <optional>
+#include <utility>
 
 namespace WinConv {
 
@@ -15,7 +16,7 @@ namespace {
 
 // A length for the system's int parameters. One that does not fit becomes 0, which the system refuses.
 int api_length(std::size_t length) {
-    return length <= INT_MAX ? static_cast<int>(length) : 0;
+    return std::cmp_less_equal(length, INT_MAX) ? static_cast<int>(length) : 0;
 }
 
 template <typename Char>

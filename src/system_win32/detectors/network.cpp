@@ -6,6 +6,8 @@
 #include "winconv/fatal_exception.h"
 #include "winconv/owned.h"
 
+#include <fmt/format.h>
+
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
@@ -14,7 +16,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -65,6 +69,12 @@ std::span<const MIB_IPADDRROW> rows_of(std::span<const std::byte> bytes) {
     return {&table->table[0], std::min<std::size_t>(table->dwNumEntries, room)};
 }
 
+// An address in network byte order as text.
+std::string dotted(DWORD address) {
+    const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof address>>(address);
+    return fmt::format("{}.{}.{}.{}", bytes[0], bytes[1], bytes[2], bytes[3]);
+}
+
 // Splits a URL into views of its parts; false, with the last error set, if it is malformed.
 bool split_url(const std::wstring& url, URL_COMPONENTS& components) {
     constexpr auto as_view = static_cast<DWORD>(-1);
@@ -100,9 +110,7 @@ std::optional<std::string> get_best_interface_ip4(DWORD destination) {
     }
     for (const MIB_IPADDRROW& row : rows_of(table.bytes)) {
         if (row.dwIndex == index) {
-            in_addr address{};
-            address.s_addr = row.dwAddr;
-            return inet_ntoa(address);
+            return dotted(row.dwAddr);
         }
     }
     LOG_ERROR(Logger::main, "Failed to find interface {} in ip table for {}", index, destination);
