@@ -18,13 +18,15 @@ ArchiveFile& file_of(void* stream) {
 // The library asks an archive that is only written to for nothing else.
 mz_stream_vtbl make_operations() {
     mz_stream_vtbl operations{};
-    operations.is_open = [](void* stream) -> std::int32_t { return file_of(stream).is_open() ? MZ_OK : MZ_OPEN_ERROR; };
-    operations.write = [](void* stream, const void* bytes, std::int32_t size) -> std::int32_t {
+    operations.is_open = [](void* stream) noexcept -> std::int32_t {
+        return file_of(stream).is_open() ? MZ_OK : MZ_OPEN_ERROR;
+    };
+    operations.write = [](void* stream, const void* bytes, std::int32_t size) noexcept -> std::int32_t {
         const bool written =
             file_of(stream).write(static_cast<const std::byte*>(bytes), static_cast<std::size_t>(size));
         return written ? size : MZ_WRITE_ERROR;
     };
-    operations.tell = [](void* stream) { return file_of(stream).position(); };
+    operations.tell = [](void* stream) noexcept { return file_of(stream).position(); };
     return operations;
 }
 
