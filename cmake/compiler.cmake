@@ -6,35 +6,44 @@ add_library(corvel::compiler ALIAS corvel_compiler)
 # The lowest Windows that the tool runs on: 7 SP1 and Server 2008 R2.
 add_compile_definitions($<$<COMPILE_LANGUAGE:C,CXX>:_WIN32_WINNT=0x0601>)
 
+# Every configuration but the one for the debugger.
+set(not_debug $<NOT:$<CONFIG:Debug>>)
+
 # corvel_split_symbols(TARGET): moves a release's symbols into a file beside it, for the debugger.
 function(corvel_split_symbols target)
-  if(MSVC OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+  if(MSVC)
     return()
   endif()
   set(file $<TARGET_FILE:${target}>)
   # Both tools write the time of day into the header otherwise.
-  set(at_no_time ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0)
+  set(at_no_time "${CMAKE_COMMAND};-E;env;SOURCE_DATE_EPOCH=0")
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${at_no_time} ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
-    COMMAND ${at_no_time} ${CMAKE_STRIP} ${file}
-    COMMAND ${at_no_time} ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file}
-    BYPRODUCTS ${target}.exe.debug VERBATIM)
+    COMMAND "$<${not_debug}:${at_no_time};${CMAKE_OBJCOPY};--only-keep-debug;${file};${file}.debug>"
+    COMMAND "$<${not_debug}:${at_no_time};${CMAKE_STRIP};${file}>"
+    COMMAND "$<${not_debug}:${at_no_time};${CMAKE_OBJCOPY};--add-gnu-debuglink=${file}.debug;${file}>"
+    COMMAND_EXPAND_LISTS VERBATIM)
+endfunction()
+
+# corvel_hide_folder(FOLDER NAME): has a release call a folder of the build machine by another name.
+function(corvel_hide_folder folder name)
+  if(NOT MSVC)
+    add_compile_options("$<$<AND:${not_debug},$<COMPILE_LANGUAGE:C,CXX>>:-ffile-prefix-map=${folder}=${name}>")
+  endif()
 endfunction()
 
 if(MSVC)
   # The manifest is in the resource file; libraries named in the import table come from System32 only.
   target_compile_options(corvel_compiler INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf /Zi)
   target_link_options(corvel_compiler INTERFACE
-    /MANIFEST:NO /DEPENDENTLOADFLAG:0x800 /guard:cf /CETCOMPAT /DEBUG /OPT:REF /OPT:ICF)
+    /MANIFEST:NO /DEPENDENTLOADFLAG:0x800 /guard:cf /CETCOMPAT /DEBUG "$<${not_debug}:/OPT:REF;/OPT:ICF>")
   return()
 endif()
 
 add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong;-ffunction-sections;-fdata-sections>")
-if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-  # Lines for the debugger, but no path of the build machine.
-  add_compile_options(
-    "$<$<COMPILE_LANGUAGE:C,CXX>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=.>")
-endif()
+# Lines for the debugger, but no path of the build machine.
+add_compile_options("$<$<AND:${not_debug},$<COMPILE_LANGUAGE:C,CXX>>:-g1>")
+corvel_hide_folder(${CMAKE_SOURCE_DIR} .)
+corvel_hide_folder(${CMAKE_BINARY_DIR} .)
 target_compile_options(corvel_compiler INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror>)
 # Without the terminal-server bit, each user of such a server has a Windows directory of their own. The linker's time

@@ -8,8 +8,8 @@ endforeach()
 
 # No path of theirs in the executable either.
 foreach(name QUILL FMT NLOHMANN_JSON MINIZIP-NG ZLIB)
-  if(DEFINED FETCHCONTENT_SOURCE_DIR_${name} AND NOT MSVC AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-    add_compile_options(-ffile-prefix-map=${FETCHCONTENT_SOURCE_DIR_${name}}=./_deps/${name})
+  if(DEFINED FETCHCONTENT_SOURCE_DIR_${name})
+    corvel_hide_folder(${FETCHCONTENT_SOURCE_DIR_${name}} ./_deps/${name})
   endif()
 endforeach()
 
