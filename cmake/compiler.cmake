@@ -6,6 +6,10 @@ add_library(corvel::compiler ALIAS corvel_compiler)
 # The lowest Windows that the tool runs on: 7 SP1 and Server 2008 R2.
 add_compile_definitions($<$<COMPILE_LANGUAGE:C,CXX>:_WIN32_WINNT=0x0601>)
 
+if(NOT CMAKE_SIZEOF_VOID_P EQUAL 8)
+  message(FATAL_ERROR "The compiler builds for another architecture than x64, the only one that is supported")
+endif()
+
 # Every configuration but the one for the debugger.
 set(not_debug $<NOT:$<CONFIG:Debug>>)
 
@@ -32,8 +36,10 @@ function(corvel_hide_folder folder name)
 endfunction()
 
 if(MSVC)
-  # The manifest is in the resource file; libraries named in the import table come from System32 only.
-  target_compile_options(corvel_compiler INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf /Zi)
+  add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:/utf-8;/guard:cf;/Zi>")
+  target_compile_options(corvel_compiler INTERFACE
+    "$<$<COMPILE_LANGUAGE:CXX>:/W4;/WX;/permissive-;/Zc:preprocessor;/Zc:__cplusplus;/EHsc>")
+  # The manifest is in the resource file. Libraries named in the import table come from System32 only.
   target_link_options(corvel_compiler INTERFACE
     /MANIFEST:NO /DEPENDENTLOADFLAG:0x800 /guard:cf /CETCOMPAT /DEBUG "$<${not_debug}:/OPT:REF;/OPT:ICF>")
   return()
