@@ -1,13 +1,14 @@
 # corvel_add_delayed_library(DLL): the target corvel::delayed_DLL links a system library that is loaded at the first call
-# of one of the functions in delayed/DLL.def. The search is confined to System32 by then; at start-up, Windows would take
-# a file of that name beside the executable, unless it is one of its known libraries. No command needs all of them.
+# of one of its functions, by when the search is confined to System32. At start-up Windows would take a file of its name
+# beside the executable, unless it counts it among its known libraries; only Windows 10 1607 and later can be told not
+# to, by /DEPENDENTLOADFLAG. And no command needs them all. With GNU compilers, delayed/DLL.def lists the functions.
 function(corvel_add_delayed_library dll)
   set(target corvel_delayed_${dll})
   add_library(${target} INTERFACE)
   add_library(corvel::delayed_${dll} ALIAS ${target})
   if(MSVC)
-    # /DEPENDENTLOADFLAG confines the search for every imported library.
-    target_link_libraries(${target} INTERFACE ${dll})
+    target_link_libraries(${target} INTERFACE ${dll} delayimp)
+    target_link_options(${target} INTERFACE /DELAYLOAD:${dll}.dll)
     return()
   endif()
   set(definition ${PROJECT_SOURCE_DIR}/cmake/delayed/${dll}.def)
