@@ -15,8 +15,9 @@
 namespace {
 
 unsigned number(const char* variable) {
-    const char* const value = std::getenv(variable);
-    return value == nullptr ? 0 : static_cast<unsigned>(std::strtoul(value, nullptr, 10));
+    char value[16] = "";
+    GetEnvironmentVariableA(variable, value, sizeof value);
+    return static_cast<unsigned>(std::strtoul(value, nullptr, 10));
 }
 
 class MutatedInputs : public testing::Test {
