@@ -17,7 +17,7 @@ FetchContent_Declare(quill SOURCE_DIR ${packages}/usr SOURCE_SUBDIR include OVER
 FetchContent_Declare(fmt SOURCE_DIR ${packages}/usr SOURCE_SUBDIR include OVERRIDE_FIND_PACKAGE)
 FetchContent_Declare(nlohmann_json SOURCE_DIR ${packages}/usr SOURCE_SUBDIR include OVERRIDE_FIND_PACKAGE)
 FetchContent_Declare(minizip-ng SOURCE_DIR ${packages}/minizip SOURCE_SUBDIR doc OVERRIDE_FIND_PACKAGE)
-FetchContent_Declare(GTest SOURCE_DIR /usr/src/googletest SYSTEM OVERRIDE_FIND_PACKAGE)
+FetchContent_Declare(GTest SOURCE_DIR /usr/src/googletest OVERRIDE_FIND_PACKAGE)
 
 set(ZLIB_USE_STATIC_LIBS ON)
 

@@ -8,7 +8,7 @@ endforeach()
 
 # No path of theirs in the executable either.
 foreach(name QUILL FMT NLOHMANN_JSON MINIZIP-NG ZLIB)
-  if(DEFINED FETCHCONTENT_SOURCE_DIR_${name})
+  if(FETCHCONTENT_SOURCE_DIR_${name})
     corvel_hide_folder(${FETCHCONTENT_SOURCE_DIR_${name}} ./_deps/${name})
   endif()
 endforeach()
@@ -25,9 +25,9 @@ FetchContent_Declare(minizip-ng GIT_REPOSITORY https://github.com/zlib-ng/minizi
   GIT_TAG f3ed731e27a97e30dffe076ed5e0537daae5c1bd SOURCE_SUBDIR doc OVERRIDE_FIND_PACKAGE) # 4.0.10
 
 FetchContent_Declare(ZLIB GIT_REPOSITORY https://github.com/zlib-ng/zlib-ng.git
-  GIT_TAG c939498c7f2a1d645833a98251365e2c814fd736 SYSTEM OVERRIDE_FIND_PACKAGE) # 2.2.2
+  GIT_TAG c939498c7f2a1d645833a98251365e2c814fd736 OVERRIDE_FIND_PACKAGE) # 2.2.2
 FetchContent_Declare(GTest GIT_REPOSITORY https://github.com/google/googletest.git
-  GIT_TAG b514bdc898e2951020cbdca1304b75f5950d1f59 SYSTEM OVERRIDE_FIND_PACKAGE) # 1.15.2
+  GIT_TAG b514bdc898e2951020cbdca1304b75f5950d1f59 OVERRIDE_FIND_PACKAGE) # 1.15.2
 set(BUILD_SHARED_LIBS OFF)
 set(ZLIB_COMPAT ON)
 set(ZLIB_ENABLE_TESTS OFF)
