@@ -21,37 +21,15 @@ macro(corvel_read_version variable header pattern)
   message(STATUS "  ${CMAKE_FIND_PACKAGE_NAME} ${${variable}}")
 endmacro()
 
-# corvel_describe_library(NAME VERSION LICENCE SOURCE NOTICE FILES...): what packages tell about a library that is linked
-# in. LICENCE is an SPDX expression, SOURCE a package URL, NOTICE the library's own licence text,
-# FILES what of it is compiled in.
-set(CORVEL_LIBRARIES ${PROJECT_BINARY_DIR}/libraries.txt)
-set(CORVEL_NOTICES ${PROJECT_BINARY_DIR}/THIRD_PARTY_NOTICES.txt)
-file(WRITE ${CORVEL_LIBRARIES} "")
-file(WRITE ${CORVEL_NOTICES} "corvelctl contains the following libraries.\n")
-function(corvel_describe_library name version licence source notice)
-  list(JOIN ARGN "|" files)
-  file(APPEND ${CORVEL_LIBRARIES} "${name}|${version}|${licence}|${source}|${files}\n")
-  file(READ ${notice} text)
-  string(REPEAT "=" 100 line)
-  file(APPEND ${CORVEL_NOTICES} "\n${line}\n${name} ${version}\n${line}\n\n${text}")
-endfunction()
-
-# The same for the compiler's run-time library, which is linked in statically.
-function(corvel_describe_runtime)
-  if(MSVC)
-    return()
-  endif()
-  foreach(library libstdc++.a libgcc.a libmingw32.a libmingwex.a libwinpthread.a)
-    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}
-      OUTPUT_VARIABLE ${library} OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+# corvel_list_libraries(): writes for scripts/package where the libraries are that are compiled in, and their versions.
+function(corvel_list_libraries)
+  set(list ${PROJECT_BINARY_DIR}/libraries.txt)
+  file(WRITE ${list} "")
+  foreach(library fmt minizip-ng nlohmann_json quill zlib)
+    if(DEFINED ${library}_SOURCE_DIR)
+      file(APPEND ${list} "${library}|${${library}_VERSION}|${${library}_SOURCE_DIR}\n")
+    endif()
   endforeach()
-  execute_process(COMMAND dpkg-query -W -f \${Version} gcc-mingw-w64-x86-64-posix OUTPUT_VARIABLE gcc)
-  execute_process(COMMAND dpkg-query -W -f \${Version} mingw-w64-x86-64-dev OUTPUT_VARIABLE mingw)
-  corvel_describe_library(gcc "${gcc}" "GPL-3.0-or-later WITH GCC-exception-3.1"
-    pkg:deb/debian/gcc-mingw-w64-x86-64-posix@${gcc} /usr/share/doc/gcc-mingw-w64-x86-64-posix/copyright
-    ${libstdc++.a} ${libgcc.a})
-  corvel_describe_library(mingw-w64 "${mingw}" ZPL-2.1 pkg:deb/debian/mingw-w64-x86-64-dev@${mingw}
-    /usr/share/doc/mingw-w64-x86-64-dev/copyright ${libmingw32.a} ${libmingwex.a} ${libwinpthread.a})
 endfunction()
 
 # Variables count as the options that the libraries' own build files declare.

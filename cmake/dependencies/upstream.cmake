@@ -35,16 +35,3 @@ set(ZLIBNG_ENABLE_TESTS OFF)
 set(WITH_GTEST OFF)
 set(WITH_GZFILEOP OFF)
 set(SKIP_INSTALL_ALL ON)
-
-function(corvel_describe_libraries)
-  corvel_describe_library(fmt ${fmt_VERSION} MIT pkg:github/fmtlib/fmt@${fmt_VERSION}
-    ${fmt_SOURCE_DIR}/LICENSE ${fmt_SOURCE_DIR}/include ${fmt_SOURCE_DIR}/src)
-  corvel_describe_library(minizip-ng ${minizip-ng_VERSION} Zlib pkg:github/zlib-ng/minizip-ng@${minizip-ng_VERSION}
-    ${minizip-ng_SOURCE_DIR}/LICENSE ${minizip-ng_SOURCE_DIR})
-  corvel_describe_library(nlohmann_json ${nlohmann_json_VERSION} MIT pkg:github/nlohmann/json@${nlohmann_json_VERSION}
-    ${nlohmann_json_SOURCE_DIR}/LICENSE.MIT ${nlohmann_json_SOURCE_DIR}/include)
-  corvel_describe_library(quill ${quill_VERSION} MIT pkg:github/odygrd/quill@${quill_VERSION}
-    ${quill_SOURCE_DIR}/LICENSE ${quill_SOURCE_DIR}/include)
-  corvel_describe_library(zlib-ng ${ZLIB_VERSION} Zlib pkg:github/zlib-ng/zlib-ng@${ZLIB_VERSION}
-    ${zlib_SOURCE_DIR}/LICENSE.md ${zlib_SOURCE_DIR})
-endfunction()

@@ -4,4 +4,4 @@ endif()
 # Not by an argument of FetchContent_Declare(): CMake 3.25 takes it for a value of GIT_TAG and does not clone.
 set_target_properties(zlib PROPERTIES SYSTEM ON)
 target_include_directories(zlib INTERFACE ${zlib_BINARY_DIR})
-corvel_read_version(ZLIB_VERSION ${zlib_BINARY_DIR}/zlib.h "define ZLIBNG_VERSION \"")
+corvel_read_version(zlib_VERSION ${zlib_BINARY_DIR}/zlib.h "define ZLIBNG_VERSION \"")
