@@ -36,17 +36,23 @@ class SetCommand(HostTest):
                              "self_update_profile": "test", "self_update": False, "skip_power_check": True})
 
     def test_nothing_is_written_if_an_operand_or_the_file_is_bad(self):
-        json_error = "[json.exception.type_error.302] type must be boolean, but is string"
+        json_type = "[json.exception.type_error.302] type must be {}, but is {}".format
+        json_text = ("[json.exception.parse_error.101] parse error at line 1, column {}: syntax error while parsing value - "
+                     "invalid literal; last read: '{}'").format
+        value = "Error parsing value for"
         for operands, err in ((["tenant_id"], "The set command must have an even number of arguments"),
                               (["a", "b", "tenant_id", "x"], "Error: tenant_id must be a valid UUID and not nil"),
                               (["tenant_id", NIL], "Error: tenant_id must be a valid UUID and not nil"),
-                              (["self_update", "yes", "tenant_id", ID], f"Error parsing value for self_update: {json_error}"),
+                              (["self_update", "yes", "tenant_id", ID], f"{value} self_update: {json_type('boolean', 'string')}"),
+                              (["webapp_addr", "123"], f"{value} webapp_addr: {json_type('string', 'number')}"),
+                              (["log_level", "debug"], f"{value} log_level: {json_text(1, 'd')}"),
+                              (["self_update_profile", "test"], f"{value} self_update_profile: {json_text(2, 'te')}"),
                               (["b", "€", "tenant_id", ID, "a", "c"], 'Unknown key/value pairs: {"a": "c", "b": "€"}')):
             self.expect("set", *operands, err=f"{err}\n")
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_text('{"self_update": "yes"}')
-        self.expect("set", "tenant_id", ID, written='{"self_update": "yes"}', err="Fatal exception occurred loading config: "
-                    f"FATAL ERROR: Config file is malformed: {json_error}\n")
+        self.expect("set", "tenant_id", ID, written='{"self_update": "yes"}', err="Fatal exception occurred loading config: FATAL "
+                    f"ERROR: Config file is malformed: {json_type('boolean', 'string')}\n")
 
     def test_operands_come_before_the_environment_and_that_before_the_file_even_one_that_is_open_elsewhere(self):
         CONFIG_FOLDER.mkdir()

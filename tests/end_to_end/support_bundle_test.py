@@ -95,8 +95,6 @@ class SupportBundle(HostTest):
 
     def test_the_document_tells_of_the_machine(self):
         document = self.document()
-        self.assertEqual(document["hostname"].lower(), in_wine("hostname").stdout.strip().lower())
-        self.assertRegex(document["ip_addresses"], r"^(\d+\.\d+\.\d+\.\d+|Unknown ip)$")
         self.assertEqual([document[key] for key in ("arch", "os_licenses", "entitlements", "os_name")], [
             {"build": "x86_64", "native": "x64"}, ["Unknown", "product_type=28"], [{"status": "LICENSED", "type": "license"}],
             "Windows 7 for x64-based Systems Service Pack 1"])

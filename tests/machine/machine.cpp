@@ -10,7 +10,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <ranges>
 #include <regex>
 
 using namespace testing;
@@ -47,11 +46,10 @@ EventBatch large_batch() {
 }
 
 // Puts names in place of the test's folder, of the time, and of how much there is of something.
-std::string without_time_and_place(std::string text, const std::string& folder) {
+void name_time_and_place(std::string& text, const std::string& folder) {
+    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)"), amount(R"(\d+(?= (bytes|Windows licenses)))");
     for (auto at = text.find(folder); at != std::string::npos; at = text.find(folder)) { text.replace(at, folder.size(), "<folder>"); }
-    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)");
-    static const std::regex amount(R"(\d+(?= (bytes|Windows licenses)))");
-    return std::regex_replace(std::regex_replace(text, time, "<time>"), amount, "<n>");
+    text = std::regex_replace(std::regex_replace(text, time, "<time>"), amount, "<n>");
 }
 
 // What a recorded call shows of an argument.
@@ -77,7 +75,8 @@ std::string difference(const Facts& expected, const Facts& got) {
     const auto add = [&](const Facts& some, const Facts& others, const char* word) {
         std::vector<Facts::value_type> only;
         std::ranges::set_difference(some, others, std::back_inserter(only));
-        for (const auto& [name, value] : only | std::views::take(10)) { lines.push_back(fmt::format("{}: {} {}", name, word, brief(value))); }
+        only.resize(std::min<std::size_t>(only.size(), 10));
+        for (const auto& [name, value] : only) { lines.push_back(fmt::format("{}: {} {}", name, word, brief(value))); }
     };
     add(expected, got, "expected");
     add(got, expected, "got");
@@ -133,12 +132,13 @@ Outcome Machine::run(const Lines& arguments, const Change& change) {
     EXPECT_EQ(handles_, 0) << "handles are left open";
     changed.reset();
     EXPECT_EQ(FakedWmi::references, 0) << "COM objects are left";
-    const auto without = [place = narrow(folder.path)](const std::string& text) { return without_time_and_place(text, place); };
-    outcome.end = without(outcome.end);
-    outcome.out = without(streams_[1]);
-    outcome.err = without(streams_[2]);
-    std::ranges::transform(RecordedLog::take(), std::back_inserter(outcome.log), without);
-    std::ranges::transform(calls_, std::back_inserter(outcome.calls), without);
+    outcome.log = RecordedLog::take();
+    outcome.calls = std::move(calls_);
+    std::tie(outcome.out, outcome.err) = std::tie(streams_[1], streams_[2]);
+    for (std::string* text : {&outcome.end, &outcome.out, &outcome.err}) { name_time_and_place(*text, narrow(folder.path)); }
+    for (Lines* lines : {&outcome.log, &outcome.calls}) {
+        std::ranges::for_each(*lines, [&](auto& line) { name_time_and_place(line, narrow(folder.path)); });
+    }
     outcome.facts = facts();
     const std::string content = get_file(agent / L"corvel.json");
     EXPECT_TRUE(content == configuration_ || content == Config::serialise(Config::current())) << content;

@@ -11,7 +11,7 @@ namespace {
 
 const std::map<std::string, Lines> commands = {{"first_set", set_tenant}, {"set", set_tenant}, {"create_support_bundle", create_support_bundle}, {"verify_release", verify_release}};
 
-class EveryCall : public Machine, public WithParamInterface<std::tuple<std::string, Failure>> {
+class EveryCall : public Machine, public WithParamInterface<std::tuple<std::pair<const std::string, Lines>, Failure>> {
 protected:
     // What is missing or different: a member, a fact of the document, all that it says of the configuration file, the
     // document or the archive as a whole.
@@ -46,13 +46,14 @@ protected:
 
 TEST_P(EveryCall, may_fail_alone_and_is_told) {
     const auto& [command, failing] = GetParam();
-    const Lines& arguments = commands.at(command);
-    restore(command != "first_set");
+    const auto& [name, arguments] = command;
+    const bool configured = name != "first_set";
+    restore(configured);
     const Outcome healthy = run(arguments);
     EXPECT_EQ(healthy.end, "status 0");
     for (int which = 1, made = which; made >= which; ++which) {
         SCOPED_TRACE(fmt::format("call {}", which));
-        restore(command != "first_set");
+        restore(configured);
         made = 0;
         const Outcome outcome = run(arguments, [&, &failing = failing] { return failing.install(which, made); });
         const bool aborted = !outcome.end.starts_with("status ");
@@ -66,7 +67,6 @@ TEST_P(EveryCall, may_fail_alone_and_is_told) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, EveryCall, Combine(Values("first_set", "set", "create_support_bundle", "verify_release"), ValuesIn(failures())),
-    [](const auto& each) { return std::get<0>(each.param) + "_" + std::get<1>(each.param).function; });
+INSTANTIATE_TEST_SUITE_P(Of, EveryCall, Combine(ValuesIn(commands), ValuesIn(failures())), [](const auto& each) { return std::get<0>(each.param).first + "_" + std::get<1>(each.param).function; });
 
 } // namespace

@@ -10,6 +10,7 @@ using ConfigLoad = Machine;
 TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_environment_has_none) {
     const auto in_the_way = agent / L"corvel.json._corvel_tmp";
     std::filesystem::create_directories(in_the_way);
+    Config::current() = Config::Record();
     environment = {{L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}};
     Config::config_load(true);
     EXPECT_TRUE(Config::current().host_id.is_nil());
