@@ -47,7 +47,8 @@ EventBatch large_batch() {
 
 // Puts names in place of the test's folder, of the time, and of how much there is of something.
 void name_time_and_place(std::string& text, const std::string& folder) {
-    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)"), amount(R"(\d+(?= (bytes|Windows licenses)))");
+    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)");
+    static const std::regex amount(R"(\d+(?= (bytes|Windows licenses)))");
     for (auto at = text.find(folder); at != std::string::npos; at = text.find(folder)) { text.replace(at, folder.size(), "<folder>"); }
     text = std::regex_replace(std::regex_replace(text, time, "<time>"), amount, "<n>");
 }
@@ -264,7 +265,7 @@ void Machine::fake_windows_and_network() {
     expects(Fakes::RegGetValueW, AnyOf(is_number, is_text));
     fake(Fakes::GetProductInfo, FieldsAre(6U, 3U, 0U, 0U, _), [this](auto, auto, auto, auto, DWORD* result) { return *result = product, TRUE; });
 
-    fake(Fakes::gethostname, FieldsAre(_, 256), [](char* buffer, auto) { return std::strcpy(buffer, "gr\xFCn-and-more-than-fifteen"), 0; });
+    fake(Fakes::gethostname, FieldsAre(_, 256), [](char* buffer, auto) { return lstrcpyA(buffer, "gr\xFCn-and-more-than-fifteen"), 0; });
     fake(Fakes::MultiByteToWideChar, _, [](UINT page, auto... rest) { return (*Fakes::MultiByteToWideChar.original)(page == CP_ACP ? 1252 : page, rest...); });
     const auto is_tcp = Pointee(AllOf(Field(&ADDRINFOW::ai_flags, 0), Field(&ADDRINFOW::ai_family, 2), Field(&ADDRINFOW::ai_socktype, 1), Field(&ADDRINFOW::ai_protocol, 6)));
     fake(Fakes::GetAddrInfoW, FieldsAre(_, StrEq(L"https"), is_tcp, _), [this](LPCWSTR host, auto, auto hints, auto result) {

@@ -7,12 +7,10 @@
 
 using LogZipper::render_event_records;
 
-namespace {
-
 const EventBatch agent = event_record(L"corvel", 7, EVENTLOG_WARNING_TYPE, {L"gr\u00fc\u00df \u20ac\n", L"second"});
 const std::string agent_text = "2025-01-31 14:05:09.0000000\n7\nWarning\ngr\u00fc\u00df \u20ac\n\n";
 
-EventBatch changed(std::size_t offset, DWORD value) {
+static EventBatch changed(std::size_t offset, DWORD value) {
     EventBatch batch = agent;
     std::memcpy(batch.data() + offset, &value, sizeof value);
     return batch;
@@ -47,5 +45,3 @@ TEST(EventRecords, that_are_damaged_are_left_out_alone_unless_not_even_the_lengt
         EXPECT_EQ(text, sound_length ? agent_text + agent_text : agent_text);
     }
 }
-
-} // namespace

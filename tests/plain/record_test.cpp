@@ -5,8 +5,6 @@
 
 using namespace testing;
 
-namespace {
-
 TEST(Record, is_read_as_it_was_written_and_keeps_what_the_text_does_not_hold) {
     const std::string all = R"({"host_id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","log_level":"debug,dll=none",)"
                             R"("self_update":false,"self_update_addr":"a","self_update_profile":"test",)"
@@ -46,5 +44,3 @@ TEST(Uuid, is_only_what_has_the_text_form_in_either_case) {
     EXPECT_EQ(Config::Uuid::parse(generated.text()).text(), generated.text());
     EXPECT_FALSE(generated.is_nil());
 }
-
-} // namespace

@@ -4,8 +4,6 @@
 
 using namespace testing;
 
-namespace {
-
 const std::filesystem::path target = L"corvel-\u20ac.json";
 const std::string content("x\0y\r\n\xFF", 6);
 
@@ -39,5 +37,3 @@ TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
     });
     EXPECT_THAT([&] { Files::read(path); }, ThrowsMessage<std::system_error>(StartsWith("read: C:\\xxx")));
 }
-
-} // namespace

@@ -10,10 +10,10 @@ using namespace testing;
 
 extern "C" std::uintptr_t __stack_chk_guard;
 
-namespace {
-
 TEST(DynamicLibrary, takes_the_first_candidate_with_all_required_symbols) {
-    Dll::LibrarySymbol required{nullptr, "RtlGetVersion"}, missing{nullptr, "NoSuchFunction"}, after{nullptr, "NtClose"};
+    Dll::LibrarySymbol required{nullptr, "RtlGetVersion"};
+    Dll::LibrarySymbol missing{nullptr, "NoSuchFunction"};
+    Dll::LibrarySymbol after{nullptr, "NtClose"};
     Dll::DynamicLibrary library({&required}, {&missing, &after});
     EXPECT_FALSE(library.load({}, false));
     EXPECT_TRUE(library.load({"nosuch", "kernel32", "ntdll"}, false));
@@ -43,5 +43,3 @@ TEST(Apartment, does_without_winrt) {
     };
     EXPECT_EXIT(run(), ExitedWithCode(0), "");
 }
-
-} // namespace

@@ -7,8 +7,6 @@
 
 using namespace testing;
 
-namespace {
-
 const std::map<std::string, Lines> commands = {{"first_set", set_tenant}, {"set", set_tenant}, {"create_support_bundle", create_support_bundle}, {"verify_release", verify_release}};
 
 class EveryCall : public Machine, public WithParamInterface<std::tuple<std::pair<const std::string, Lines>, Failure>> {
@@ -29,7 +27,7 @@ protected:
         return names;
     }
 
-    void expect_the_rest(const Outcome& healthy, const Outcome& outcome) {
+    static void expect_the_rest(const Outcome& healthy, const Outcome& outcome) {
         std::set<std::string> names = lost(healthy.facts, outcome.facts);
         // Detection ends at a fatal failure. What it would have found later is lost with it, and the log says so.
         if (Value(outcome.log, Contains(HasSubstr("FATAL ERROR")))) {
@@ -68,5 +66,3 @@ TEST_P(EveryCall, may_fail_alone_and_is_told) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, EveryCall, Combine(ValuesIn(commands), ValuesIn(failures())), [](const auto& each) { return std::get<0>(each.param).first + "_" + std::get<1>(each.param).function; });
-
-} // namespace

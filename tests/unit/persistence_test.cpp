@@ -11,9 +11,9 @@ TEST_F(ConfigLoad, gives_the_machine_an_identity_once_if_asked_to_and_the_enviro
     const auto in_the_way = agent / L"corvel.json._corvel_tmp";
     std::filesystem::create_directories(in_the_way);
     Config::current() = Config::Record();
-    environment = {{L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}};
+    environment = {{L"HOST_ID", L"no UUID"}, {L"SELF_UPDATE", L"yes"}, {L"SELF_UPDATE_ADDR", {}}};
     Config::config_load(true);
-    EXPECT_TRUE(Config::current().host_id.is_nil());
+    EXPECT_TRUE(Config::current().host_id.is_nil() && Config::current().self_update_addr.empty());
     EXPECT_THAT(RecordedLog::take(), IsSupersetOf({"debug config_load: Using environment variable for config: HOST_ID",
                                          "error config_load: Ignoring malformed configuration value for SELF_UPDATE: [json.exception.type_error.302] type must be boolean, but is string"}));
     environment = {{L"WEBAPP_ADDR", L"variable"}};

@@ -2,8 +2,6 @@
 
 #include "machine/machine.h"
 
-namespace {
-
 using Set = Machine;
 
 const std::string notice = "Please restart the corvel-tracker service manually so that the changes can go into effect.\n";
@@ -35,7 +33,7 @@ TEST_F(Set, stops_configures_and_starts_the_service_and_waits_as_the_service_ask
 
 TEST_F(Set, says_what_failed) {
     const std::string loading = "Fatal exception occurred loading config: FATAL ERROR: ";
-    const std::string file = "<folder>\\ProgramData\\corvel\\corvel.json";
+    const std::string file = R"(<folder>\ProgramData\corvel\corvel.json)";
     const std::string denied = ": 0x5 - Access denied.\n" + notice;
     const std::string no_folder = "Could not create config directory: Access denied.\n";
     expect_messages(set_tenant, "status 1",
@@ -52,5 +50,3 @@ TEST_F(Set, says_what_failed) {
             {"ChangeServiceConfig2W 1", "", "", "error restart_corvel_service: error setting corvel service to delayed auto start: 0x5 - Access denied."},
             {"StartServiceW 1", "error starting corvel service" + denied, ""}});
 }
-
-} // namespace

@@ -6,8 +6,6 @@
 
 using namespace testing;
 
-namespace {
-
 class SupportBundle : public Machine {
 protected:
     // Expects the bundle of this machine to differ from that of a healthy one in these facts and in nothing else, one
@@ -142,7 +140,7 @@ TEST_F(SupportBundle, has_the_update_logs_unless_they_are_excluded_or_power_shel
 }
 
 TEST_F(SupportBundle, says_what_failed) {
-    const std::string path = "<folder>\\corvel-support-bundle_<time>.zip";
+    const std::string path = R"(<folder>\corvel-support-bundle_<time>.zip)";
     const std::string error = creating + "ERROR while writing corvel support bundle\n";
     expect_messages(create_support_bundle, "status 1",
         {{"OpenEventLogW 1", error, "", "error zip_add_corvel_syslog: OpenEventLog failed with error: 0x5 - Access denied."},
@@ -154,10 +152,8 @@ TEST_F(SupportBundle, says_what_failed) {
     const std::string success = creating + "SUCCESS writing corvel support bundle\n";
     expect_messages(create_support_bundle, "status 0",
         {{"CoInitializeEx 1", success, "", "error WindowsIpcApartment: Failed to initialize COM (error code: 0x80010106)"},
-            {"SHGetKnownFolderPath 2", success, "", "debug zip_add_file: file does not exist: c:\\Windows\\Logs\\CBS\\CBS.log"}});
+            {"SHGetKnownFolderPath 2", success, "", R"(debug zip_add_file: file does not exist: c:\Windows\Logs\CBS\CBS.log)"}});
     expect_messages(create_support_bundle, "filesystem error: temp_directory_path: Access denied.", {{"GetTempPathW 1"}});
-    expect_messages(create_support_bundle, "filesystem error: temp_directory_path: Access denied. [<folder>\\]", {{"GetFileAttributesW 1"}});
-    expect_messages(create_support_bundle, "filesystem error: exists: Access denied. [<folder>\\Windows\\Temp\\corvel]", {{"GetFileAttributesW 2"}});
+    expect_messages(create_support_bundle, R"(filesystem error: temp_directory_path: Access denied. [<folder>\])", {{"GetFileAttributesW 1"}});
+    expect_messages(create_support_bundle, R"(filesystem error: exists: Access denied. [<folder>\Windows\Temp\corvel])", {{"GetFileAttributesW 2"}});
 }
-
-} // namespace

@@ -4,11 +4,9 @@
 
 #include "crypto_win32/internal/authorities.h"
 
-namespace {
-
 using VerifyRelease = Machine;
 
-std::string verdict(bool developer, bool release) {
+static std::string verdict(bool developer, bool release) {
     return fmt::format("Verification result: {}\n - Verification profile: test\n - Trusted developer: {}\n - Trusted release: {}\n"
                        " - Trusted by system: no\n",
         developer ? "success" : "failed", developer ? "yes" : "no", release ? "yes" : "no");
@@ -45,5 +43,3 @@ TEST_F(VerifyRelease, says_what_failed) {
             {"ReadFile 5", "", unread + "developer.p7s: Read fault."}});
     expect_messages(verify_release, "status 0", {{"CertCloseStore 1", verdict(true, false), "", "warning cert_close_store: Certificate store indicates resources haven't been properly freed"}});
 }
-
-} // namespace

@@ -5,8 +5,6 @@
 
 using namespace testing;
 
-namespace {
-
 using Members = std::vector<std::string>;
 
 class WriteZip : public testing::Test {
@@ -80,5 +78,3 @@ TEST_F(WriteZip, counts_a_file_that_goes_between_the_look_and_the_opening_as_abs
         EXPECT_THAT(RecordedLog::take(), Contains(absent ? "debug zip_add_file: file does not exist: b.log" : "error zip_add_file: mz error adding file b.log to zip: \"MZ_OPEN_ERROR\""));
     }
 }
-
-} // namespace
