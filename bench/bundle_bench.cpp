@@ -1,9 +1,9 @@
 // Measures the parts of the support bundle and prints lines of figures for bench/support_bundle.py.
 //
 //   bundle_bench render SECONDS       agent, crash and skipped event records: records and megabytes a second
-//   bundle_bench stream RECORDS ZIP   copies a log of so many records into an archive
+//   bundle_bench stream RECORDS ZIP   copies a log of RECORDS records into an archive
 //   bundle_bench zip FILE ZIP         adds one file to an archive: milliseconds
-//   bundle_bench parts                what the command does beside the archive: milliseconds each
+//   bundle_bench parts                what the command does apart from the archive: milliseconds each
 
 #include "fakes/imports.h"
 #include "logzipper_win32/event_log.h"
@@ -35,7 +35,7 @@ double milliseconds_since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-// As many records of one kind as the read buffer takes; the first string is as long as the agent's usually are.
+// Returns as many records of one kind as fit into the read buffer. The text of an agent's record has a typical length.
 EventBatch batch_of(const std::wstring& source, std::size_t string_count, std::size_t* records) {
     const std::wstring message = L"MESSAGE=Loaded configuration of the tenant\n  CODE_FILE=load.cpp  CODE_LINE=120  "
                                  L"CODE_FUNC=config_load  SYSLOG_IDENTIFIER=corvel-main  PRIORITY=LOG_INFO";

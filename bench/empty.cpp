@@ -1,2 +1,2 @@
-// What the start of the tool is held against: a program that does nothing.
+// A program that does nothing, for comparison with the tool's start-up time.
 int main() {}

@@ -1,4 +1,5 @@
-// Prints how many milliseconds the system takes to open its store of root certificates and to look at each of them.
+// Prints how many milliseconds it takes to open the system's store of root certificates and to enumerate it, and the
+// number of certificates.
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-"""Prints how long the tool takes from start to exit where it has nothing to do, beside a program that does nothing."""
+"""Prints how long the tool takes from start to exit when it only prints its usage, and a program that does nothing."""
 
 import statistics
 

@@ -1,4 +1,4 @@
-"""What the benchmarks share."""
+"""Code that the benchmarks share."""
 
 import pathlib
 import subprocess
@@ -12,14 +12,14 @@ HOST = WineHost(BUILD / "bench-host")
 
 
 def seconds(*command):
-    """Returns how long a program of this machine takes, which has to succeed."""
+    """Runs a program of the build machine, which has to succeed, and returns how many seconds it takes."""
     start = time.perf_counter()
     subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return time.perf_counter() - start
 
 
 def in_turns(rounds, *measurements):
-    """Returns the results of each measurement. They take turns so that a busy moment does not hit one of them alone."""
+    """Returns the results of each measurement. They alternate, so that a busy moment affects all of them."""
     results = [[] for _ in measurements]
     for _ in range(rounds):
         for measure, taken in zip(measurements, results):

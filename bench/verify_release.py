@@ -1,4 +1,4 @@
-"""Prints how long verify_release takes from start to verdict, beside `openssl cms -verify` on the same files."""
+"""Prints how long verify_release takes from start to verdict, and `openssl cms -verify` on the same files."""
 
 import os
 import pathlib

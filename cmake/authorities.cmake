@@ -1,10 +1,10 @@
-# Turns the certificates of the two authorities into constant data.
+# Embeds the certificates of the two authorities as constant data.
 
-# Git for Windows brings one along.
+# Git for Windows includes one.
 find_program(CORVEL_OPENSSL openssl HINTS "$ENV{ProgramFiles}/Git/usr/bin" REQUIRED)
 
 # corvel_add_authorities(TARGET RELEASE DEVELOPER): the library corvel::TARGET with the data that
-# src/crypto_win32/internal/authorities.h declares. The files may be made by the build.
+# src/crypto_win32/internal/authorities.h declares. The build may generate the two files.
 function(corvel_add_authorities target release developer)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/generated/${target}.cpp)
   set(script ${PROJECT_SOURCE_DIR}/cmake/embed_authorities.cmake)

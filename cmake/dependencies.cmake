@@ -21,7 +21,8 @@ macro(corvel_read_version variable header pattern)
   message(STATUS "  ${CMAKE_FIND_PACKAGE_NAME} ${${variable}}")
 endmacro()
 
-# corvel_list_libraries(): writes for scripts/package where the libraries are that are compiled in, and their versions.
+# corvel_list_libraries(): writes libraries.txt for scripts/package, with the name, version and folder of each library
+# that is compiled in.
 function(corvel_list_libraries)
   set(list ${PROJECT_BINARY_DIR}/libraries.txt)
   file(WRITE ${list} "")
@@ -32,10 +33,10 @@ function(corvel_list_libraries)
   endforeach()
 endfunction()
 
-# Variables count as the options that the libraries' own build files declare.
+# Variables set the options that the libraries' own build files declare.
 set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
 set(INSTALL_GTEST OFF)
 
-# What a provider declares is completed here: the targets that a library's own build files do not give.
+# These files define the targets that a library's own build files do not define.
 file(COPY ${CMAKE_CURRENT_LIST_DIR}/dependencies/targets/ DESTINATION ${CMAKE_FIND_PACKAGE_REDIRECTS_DIR})
 include(${CMAKE_CURRENT_LIST_DIR}/dependencies/${CORVEL_DEPENDENCIES}.cmake)

@@ -1,9 +1,9 @@
 # cmake -D OPENSSL=PROGRAM -D RELEASE=FILE -D DEVELOPER=FILE -D OUTPUT=FILE -P embed_authorities.cmake
 #
-# Writes the source that holds two certificates, PEM or DER, as constant data.
+# Writes a source file that contains two certificates, PEM or DER, as constant data.
 cmake_minimum_required(VERSION 3.25)
 
-# Sets ${result} to the certificate's bytes as elements of an array.
+# Sets ${result} to the certificate's bytes as the elements of an array.
 function(certificate_bytes file result)
   execute_process(COMMAND ${OPENSSL} x509 -in ${file} -outform DER -out ${OUTPUT}.der
     RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE error)

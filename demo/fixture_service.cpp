@@ -1,5 +1,5 @@
-// A stand-in for the agent: the Windows service "corvel-tracker", which only changes its state and appends a line to
-// the file that its command line names, if any, for each control it gets and state it reaches.
+// A stand-in for the agent: the Windows service "corvel-tracker". It changes only its own state. If its command line
+// names a file, it appends a line to the file for each control that it receives and each state that it reaches.
 
 #include <windows.h>
 
@@ -55,7 +55,7 @@ int wmain(int count, wchar_t** arguments) {
     record_file = count > 1 ? arguments[1] : record_file;
     const SERVICE_TABLE_ENTRYW table[] = {{service_name, run_service}, {nullptr, nullptr}};
     const BOOL served = StartServiceCtrlDispatcherW(table);
-    // Under Wine, the answer to a control is lost if the process ends before it is given.
+    // Under Wine, the reply to a control is lost if the process ends before it is sent.
     Sleep(50);
     return served != 0 ? 0 : 1;
 }

@@ -1,4 +1,5 @@
-// Inputs that somebody has tampered with. scripts/fuzz says how many of each kind, and where chance begins.
+// Randomly altered inputs. scripts/fuzz sets the number of inputs per test (FUZZ_ROUNDS) and the random seed
+// (FUZZ_SEED).
 
 #include "config/record.h"
 #include "crypto_win32/trust.h"
@@ -24,7 +25,7 @@ class MutatedInputs : public testing::Test {
 protected:
     std::mt19937 random{number("FUZZ_SEED")};
 
-    // Calls `use` with copies of the bytes that have some of them replaced, removed or doubled.
+    // Calls `use` with copies of the bytes in which some are replaced, removed or inserted.
     template <typename Bytes, typename Use>
     void mutate(const Bytes& genuine, const Use& use) {
         ASSERT_GT(number("FUZZ_ROUNDS"), 0U);
@@ -48,7 +49,7 @@ protected:
     }
 };
 
-// The batch ends where memory does, so that reading one byte too many ends the process.
+// The batch ends at an inaccessible page, so that reading beyond its end terminates the process.
 TEST_F(MutatedInputs, event_records_are_read_without_leaving_their_batch) {
     constexpr std::size_t page = 4096;
     auto* const memory = static_cast<std::byte*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE, PAGE_NOACCESS));

@@ -1,4 +1,5 @@
-// The compiled part of {fmt} 9, of which Debian packages the headers for every target but the library for its own.
+// The compiled part of {fmt} 9. Debian's package contains headers for every target, but a compiled library only for
+// Debian itself.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE

@@ -1,5 +1,5 @@
-/* What minizip-ng's sources refer to in its code for the operating system, and archives that are only written to do not
-   need: random numbers for encryption, and the end of a folder's name. */
+/* Functions of minizip-ng's operating-system layer that its sources refer to but that are not needed to write archives:
+   random numbers for encryption, and the test for a folder separator. */
 #include <mz.h>
 #include <mz_os.h>
 

@@ -5,7 +5,7 @@ endif()
 if(NOT EXISTS ${packages}/minizip/mz.h)
   execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/fetch_minizip.sh ${packages}/minizip COMMAND_ERROR_IS_FATAL ANY)
 endif()
-# /usr/include as a whole belongs to the host's compiler; link just these two out of it.
+# /usr/include as a whole is for the host's compiler; only these two folders of it are made visible.
 foreach(library fmt nlohmann)
   if(NOT EXISTS /usr/include/${library})
     message(FATAL_ERROR "/usr/include/${library} is missing; scripts/setup installs it")

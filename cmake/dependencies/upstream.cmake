@@ -1,4 +1,4 @@
-# The variables that point at local trees are also taken by the names of the repositories.
+# The variables for local trees are also accepted under the names of the repositories.
 foreach(names JSON=NLOHMANN_JSON MINIZIP=MINIZIP-NG ZLIB-NG=ZLIB GOOGLETEST=GTEST)
   string(REGEX MATCH "^(.+)=(.+)$" _ ${names})
   if(DEFINED FETCHCONTENT_SOURCE_DIR_${CMAKE_MATCH_1})
@@ -6,15 +6,15 @@ foreach(names JSON=NLOHMANN_JSON MINIZIP=MINIZIP-NG ZLIB-NG=ZLIB GOOGLETEST=GTES
   endif()
 endforeach()
 
-# No path of theirs in the executable either.
+# Keeps the paths of local trees out of the executable.
 foreach(name QUILL FMT NLOHMANN_JSON MINIZIP-NG ZLIB)
   if(FETCHCONTENT_SOURCE_DIR_${name})
     corvel_hide_folder(${FETCHCONTENT_SOURCE_DIR_${name}} ./_deps/${name})
   endif()
 endforeach()
 
-# Of these the project makes the targets itself, and SOURCE_SUBDIR names a folder without build files: their own would
-# add tests and installation, and Quill's links a second C run-time library on mingw.
+# The project defines the targets of these libraries itself, so SOURCE_SUBDIR names a folder without build files: their
+# own would add tests and installation rules, and Quill's links a second C run-time library with mingw.
 FetchContent_Declare(quill GIT_REPOSITORY https://github.com/odygrd/quill.git
   GIT_TAG a46bb136261b375d16809cb582a4093996277eab SOURCE_SUBDIR include OVERRIDE_FIND_PACKAGE) # 7.5.0
 FetchContent_Declare(fmt GIT_REPOSITORY https://github.com/fmtlib/fmt.git

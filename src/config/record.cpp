@@ -14,7 +14,7 @@
 
 namespace Logger {
 
-// Found by argument-dependent look-up, so in the type's own namespace.
+// In the type's own namespace, where argument-dependent lookup finds them.
 static void to_json(nlohmann::json& json, const LogLevelConfig& config) {
     json = format_log_level_config(config);
 }
@@ -49,7 +49,7 @@ void for_each_field(AnyRecord&& record, const Visitor& visit) {
 
 } // namespace
 
-// Found by argument-dependent look-up, which does not see into the unnamed namespace.
+// Outside the unnamed namespace, in which argument-dependent lookup would not find them.
 static void to_json(nlohmann::json& json, const Uuid& uuid) {
     json = uuid.text();
 }
@@ -104,7 +104,7 @@ Record& current() {
 }
 
 bool is_json(std::string_view text) {
-    // The library takes a NUL for the end of the text.
+    // The library treats a NUL as the end of the text.
     return text.find('\0') == std::string_view::npos && nlohmann::json::accept(text);
 }
 
@@ -112,7 +112,8 @@ void read_json(std::string_view text, Record& record) {
     if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
         throw nlohmann::json::parse_error::create(101, nul + 1, "NUL byte in JSON text", nullptr);
     }
-    // What is nested in a key's value is of no use, and a text of brackets alone would take a hundred times its size.
+    // Nested values are discarded while parsing: no key has one, and a file of brackets alone would need a hundred
+    // times its size in memory.
     const auto json = nlohmann::json::parse(text, [](int depth, auto, const auto&) { return depth < 2; });
     for_each_field(record, [&](const char* key, auto& field) {
         if (const auto found = json.find(key); found != json.end()) {

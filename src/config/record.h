@@ -11,13 +11,13 @@
 
 namespace Config {
 
-/// How strictly a release must be signed before the agent takes it.
+/// Which signatures the agent requires before it installs a release.
 enum class SelfUpdateProfile : std::uint8_t { Unsigned = 0, Test = 1, Production = 2 };
 
-/// Returns the profile's name in the configuration; a code that is not a profile has the name of code 0.
+/// Returns the profile's name in the configuration; for a value that is not an enumerator, the name of the first one.
 std::string_view profile_name(SelfUpdateProfile profile);
 
-/// The configuration that the agent and this tool share. Texts are UTF-8.
+/// The configuration that the agent and this tool share. Strings are UTF-8.
 struct Record {
     Record();
 
@@ -34,26 +34,28 @@ struct Record {
 /// Returns the keys in the order in which they are read and applied.
 std::vector<std::string> keys();
 
-/// The process's one configuration record: defaults until config_load(). Main thread only.
+/// Returns the configuration record of the process, which holds the defaults until config_load() is called. Main thread
+/// only.
 Record& current();
 
-/// Tells whether the text is JSON without comments, in memory that hardly grows with it.
+/// Returns whether the text is valid JSON; comments are not allowed. Builds no document, so that memory use hardly
+/// depends on the size of the text.
 bool is_json(std::string_view text);
 
-/// Stores the keys that a JSON text holds; the others stay as they are, and a value that is not an object holds none.
-/// Throws nlohmann::json::exception if the text is not JSON or a value has the wrong type; the keys before that one are
-/// stored by then.
+/// Stores the fields that a JSON text (UTF-8) contains and leaves the others unchanged. A JSON value other than an
+/// object contains no fields. Throws nlohmann::json::exception if the text is not valid JSON or if a value has the
+/// wrong type; the fields before that one have then been stored.
 void read_json(std::string_view text, Record& record);
 
-/// Returns all keys as compact JSON in ascending order, without a line feed: the form of the file.
+/// Returns the record as compact JSON, as it is stored in the file: keys in ascending order, no trailing line feed.
 std::string serialise(const Record& record);
 
-/// Stores a value that is given as text, on the command line or in the environment, in the field of that key, one of
-/// keys(). The text is JSON; for texts, UUIDs and truth values, one that is not JSON stands for the string of its
-/// characters. Returns nothing, or why the value is refused, with the field as it was.
+/// Parses a value from the command line or the environment and stores it in the field of `key`, which is one of keys().
+/// The text is read as JSON; for string, UUID and Boolean fields, text that is not valid JSON is taken as a string.
+/// Returns std::nullopt, or the reason why the value is refused, in which case the field is unchanged.
 std::optional<std::string> set_value(Record& record, std::string_view key, const std::string& text);
 
-/// Tells whether the key's field is a UUID and nil.
+/// Returns whether the field of `key` is a UUID field that holds the nil UUID.
 bool holds_nil_uuid(const Record& record, std::string_view key);
 
 } // namespace Config

@@ -22,7 +22,7 @@ using RpcString = WinConv::Owned<RPC_WSTR, free_rpc_string>;
 
 Uuid Uuid::parse(std::string_view text) {
     Uuid uuid;
-    // The conversion would end at a NUL and take what is before it for the whole.
+    // The conversion stops at a NUL and would ignore the rest of the text.
     if (text.find('\0') != std::string_view::npos) {
         return uuid;
     }
@@ -52,7 +52,7 @@ std::string Uuid::text() const {
         throw std::bad_alloc();
     }
     const RpcString owner(buffer);
-    // Digits and hyphens, which are the same in UTF-8.
+    // Only ASCII characters, each of which is one byte in UTF-8.
     std::string text(text_length, '\0');
     std::transform(owner.get(), owner.get() + text_length, text.begin(),
                    [](auto character) { return static_cast<char>(character); });

@@ -9,13 +9,13 @@
 
 namespace Config {
 
-/// A UUID by value. The nil UUID (all zero), which is also the initial value, means "not set".
+/// A UUID. The nil UUID (all zeros), which is also the initial value, means "not set".
 class Uuid {
 public:
     Uuid() = default;
 
-    /// Reads the 8-4-4-4-12 form from UTF-8, in either case, without braces or blanks. Never throws: any other text
-    /// gives the nil UUID.
+    /// Parses the 8-4-4-4-12 form (UTF-8, upper or lower case, no braces, no spaces). Returns the nil UUID for any
+    /// other text.
     static Uuid parse(std::string_view text);
 
     /// Returns a new random UUID.
@@ -23,7 +23,7 @@ public:
 
     bool is_nil() const;
 
-    /// Returns the 36 characters of the lower-case text form. Throws std::bad_alloc.
+    /// Returns the lower-case 8-4-4-4-12 form, 36 characters. Throws std::bad_alloc if there is not enough memory.
     std::string text() const;
 
 private:

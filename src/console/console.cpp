@@ -12,8 +12,8 @@ namespace Console {
 
 namespace {
 
-// The console behind a standard stream; null if the stream leads elsewhere. A device such as NUL counts as a terminal
-// for the C library, but is no console.
+// Returns the handle of a standard stream if it is a console, otherwise null. _isatty() would also accept devices such
+// as NUL.
 HANDLE console_of(DWORD stream) {
     HANDLE handle = GetStdHandle(stream);
     DWORD mode = 0;
@@ -21,9 +21,9 @@ HANDLE console_of(DWORD stream) {
 }
 
 void write(DWORD stream, std::FILE* file, std::string_view text) {
-    // What the C library still holds comes first.
+    // Output that the C library has buffered comes first.
     static_cast<void>(std::fflush(file));
-    // On the way to UTF-16, the system replaces what is ill-formed.
+    // The conversion to UTF-16 replaces ill-formed bytes with U+FFFD.
     const std::wstring native = WinConv::utf8_to_native(text);
     if (HANDLE console = console_of(stream)) {
         DWORD written = 0;
@@ -32,7 +32,7 @@ void write(DWORD stream, std::FILE* file, std::string_view text) {
     }
     const std::string well_formed = WinConv::native_to_utf8(native);
     const std::string_view bytes = well_formed.empty() ? text : std::string_view(well_formed);
-    // In one call: the C library would hand text for a device over byte by byte.
+    // In one call: the C library's streams would write to a character device byte by byte.
     static_cast<void>(_write(_fileno(file), bytes.data(), static_cast<unsigned>(bytes.size())));
 }
 

@@ -5,21 +5,21 @@
 #include <string_view>
 #include <utility>
 
-/// What the user reads. Texts are UTF-8; bytes that are not, such as a parser quotes from a damaged file, become
-/// U+FFFD. A console gets UTF-16, a file or pipe UTF-8. A stream that refuses its text is ignored: it changes nothing
-/// about what the tool does.
+/// Output for the user. Text is UTF-8; ill-formed bytes, which a parser may quote from a damaged file, become U+FFFD. A
+/// console receives UTF-16, a file or pipe receives UTF-8. Write errors are ignored: they do not change what the tool
+/// does.
 namespace Console {
 
-/// Tells whether standard output is a console.
+/// Returns whether standard output is a console.
 bool output_is_console();
 
-/// Writes the text to standard output as it stands.
+/// Writes the text to standard output. Does not add a line feed.
 void write_output(std::string_view text);
 
-/// Writes the text to standard error as it stands.
+/// Writes the text to standard error. Does not add a line feed.
 void write_error(std::string_view text);
 
-/// Formats a result and writes it to standard output.
+/// Formats a message and writes it to standard output.
 template <typename... Args>
 void print(fmt::format_string<Args...> format, Args&&... args) {
     write_output(fmt::format(format, std::forward<Args>(args)...));

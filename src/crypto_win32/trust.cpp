@@ -19,9 +19,9 @@ namespace {
 
 using CertChain = WinConv::Owned<PCCERT_CHAIN_CONTEXT, CertFreeCertificateChain>;
 
-// The process's one set of anchors, empty until init(). Main thread only.
+// The trust anchors of the process, empty until init() is called. Main thread only.
 Anchors& anchors() {
-    // Never destroyed: closing a store may log, and when statics are destroyed logging has ended.
+    // Never destroyed: closing a store may log, and logging has stopped by the time statics are destroyed.
     static auto& instance = *new Anchors;
     return instance;
 }
@@ -39,7 +39,7 @@ CertStore open_signature_store(std::string_view signature) {
     return CertStore(CertOpenStore(CERT_STORE_PROV_PKCS7, message_encodings, 0, 0, &blob));
 }
 
-// The certificate of a signer whose signature is good, or why it is not.
+// The certificate of a signer whose signature is valid, or the Windows error if it is not.
 struct Signer {
     CertContext certificate;
     DWORD error = ERROR_SUCCESS;
@@ -63,14 +63,14 @@ CertChain build_chain(DWORD signer, const CertContext& certificate, const CertSt
     CERT_CHAIN_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     PCCERT_CHAIN_CONTEXT chain = nullptr;
-    // The signer's index is the flags on purpose: the first signer is chained with none.
+    // The signer's index is deliberately passed as dwFlags; for the first signer, that means no flags.
     const BOOL built = CertGetCertificateChain(anchors().chain_engine.get(), certificate.get(), nullptr,
                                                signature_store.get(), &parameters, signer, nullptr, &chain);
     CertChain owner(chain);
     return built != 0 ? std::move(owner) : nullptr;
 }
 
-// Returns the certificate that the chain ends in, if the chain is good.
+// Returns the root certificate of the chain, or an error if the chain is not valid.
 Result<const CERT_CONTEXT*> trusted_root(DWORD signer, const CERT_CHAIN_CONTEXT& chain) {
     const DWORD status = chain.TrustStatus.dwErrorStatus;
     if (status == CERT_TRUST_IS_UNTRUSTED_ROOT) {
@@ -89,7 +89,7 @@ Result<const CERT_CONTEXT*> trusted_root(DWORD signer, const CERT_CHAIN_CONTEXT&
     return last.rgpElement[last.cElement - 1]->pCertContext;
 }
 
-// Returns whose root the signer is under, or why it is under none.
+// Returns the role of the root certificate that the signer's chain ends in, or an error if the chain is not valid.
 Result<Role> role_of_signer(DWORD signer, const CertContext& certificate, const CertStore& signature_store) {
     const CertChain chain = build_chain(signer, certificate, signature_store);
     if (!chain) {
@@ -145,7 +145,7 @@ VerificationTrust verify(std::string_view metadata, std::string_view signature) 
         LOG_ERROR(Logger::main, "Failed to open signature certificate store");
         return trust;
     }
-    // The "no signer" code alone would leave the end of the loop to whoever made the message.
+    // The number of signers also bounds the loop, so that it ends even if the system never returns CRYPT_E_NO_SIGNER.
     const LONG signers = CryptGetMessageSignerCount(message_encodings, data_of(signature), size_of(signature));
     for (DWORD signer = 0; signer == 0 || static_cast<LONG>(signer) < signers; ++signer) {
         const auto [certificate, error] = verify_signer(signer, metadata, signature);

@@ -16,7 +16,8 @@ ModuleHandle open(std::string_view name) {
     return ModuleHandle(handle);
 }
 
-// Sets the symbols' addresses up to the first one that the library lacks, which is returned; null if it lacks none.
+// Sets the addresses of the symbols in order, until one is missing. Returns that symbol, or null if the library exports
+// all of them.
 const LibrarySymbol* first_missing(HMODULE library, const std::vector<LibrarySymbol*>& symbols) {
     for (LibrarySymbol* symbol : symbols) {
         symbol->address = GetProcAddress(library, symbol->name);

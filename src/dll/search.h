@@ -2,8 +2,8 @@
 
 namespace Dll {
 
-/// Confines the search for libraries that are loaded from now on to the system's folder, where only administrators
-/// write. Windows 7 without its later updates cannot; there at least the current folder is left out.
+/// Restricts the search for DLLs that are loaded from now on to System32, where only administrators can write. Windows
+/// 7 without its later updates does not support that; there, only the current folder is removed from the search path.
 void confine_search();
 
 } // namespace Dll

@@ -19,7 +19,7 @@ constexpr std::size_t chunk_size = 4096;
 constexpr LONGLONG least_reservation = 16;
 constexpr int any_write_bit = 0222;
 
-// A Windows error as the POSIX error that corresponds to it; as it is if none does.
+// Maps a Windows error to the corresponding POSIX error. Returns it unchanged if there is none.
 std::error_code posix_error(const std::error_code& error) {
     const std::error_condition condition = error.default_error_condition();
     return condition.category() == std::generic_category() ? std::error_code(condition.value(), condition.category())
@@ -55,7 +55,7 @@ std::error_code write_file(const std::filesystem::path& path, std::string_view b
     if (!error && FlushFileBuffers(file.get()) == 0) {
         error = WinConv::last_error();
     }
-    // Closed before it is deleted or moved: the system does neither to an open file.
+    // The file is not shared for deletion, so it must be closed before it is deleted or moved.
     file.reset();
     if (error) {
         delete_file(path);

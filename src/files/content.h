@@ -7,14 +7,14 @@
 
 namespace Files {
 
-/// Returns the whole content of a file as bytes, whatever the length of its path. Throws std::system_error: "read: "
-/// and the path as given, with the POSIX error.
+/// Returns the contents of a file as bytes. The path may have any length. Throws std::system_error with "read: ", the
+/// path as given, and the POSIX error, or the Windows error if no POSIX error corresponds to it.
 std::string read(const std::filesystem::path& path);
 
-/// Replaces a file so that other processes see either the old or the new content: creates "NAME._corvel_tmp" beside it
-/// anew and moves that over it. `permissions` are POSIX bits, of which only "writable at all" means something here.
-/// Returns no error, the POSIX error of a failed open or write, or the Windows error of a failed flush or move. On
-/// failure the old file is as it was and no temporary file is left.
+/// Replaces a file so that other processes see either the old or the new contents: writes "NAME._corvel_tmp" in the
+/// same folder and moves it to `path`. `permissions` are POSIX mode bits, of which only the presence of a write bit has
+/// an effect. Returns an empty error code on success, the POSIX error if opening or writing fails, and the Windows
+/// error if flushing or moving fails. On failure, the old file is unchanged and the temporary file is removed.
 [[nodiscard]] std::error_code write_atomically(const std::filesystem::path& path, std::string_view bytes,
                                                int permissions);
 

@@ -40,7 +40,7 @@ FileHandle open_file_to_read(const std::filesystem::path& path, std::error_code&
 FileHandle create_file_anew(const std::filesystem::path& path, DWORD sharing, DWORD attributes,
                             std::error_code& error) {
     delete_file(path);
-    // A link that somebody puts there in the meantime is not followed.
+    // A link that another process creates there in the meantime is not followed.
     return open_file(path, GENERIC_WRITE, sharing, CREATE_NEW, attributes | FILE_FLAG_OPEN_REPARSE_POINT, error);
 }
 
@@ -82,7 +82,7 @@ bool path_exists(const std::filesystem::path& path) {
 }
 
 std::filesystem::path extended_path(const std::filesystem::path& path) {
-    // Folders have the stricter limit: a short file name must fit behind them.
+    // The limit for folders is lower than that for files: an 8.3 file name must fit after the folder's path.
     constexpr std::size_t longest_plain_path = MAX_PATH - 13;
     const DWORD capacity = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
     std::wstring full(capacity, L'\0');
@@ -97,7 +97,7 @@ std::error_code create_directories(const std::filesystem::path& folder) {
     std::filesystem::path current;
     for (const auto& component : folder) {
         current /= component;
-        // A root has no name to create: the drive, the share.
+        // The root of a drive or share cannot be created.
         if (!current.has_relative_path() || is_folder(current)) {
             continue;
         }
@@ -107,7 +107,7 @@ std::error_code create_directories(const std::filesystem::path& folder) {
         } else if (CreateDirectoryW(current.c_str(), nullptr) == 0) {
             error = WinConv::last_error();
         }
-        // Someone else may have created it in the meantime.
+        // Another process may have created it in the meantime.
         if (error && !is_folder(current)) {
             return error;
         }

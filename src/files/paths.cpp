@@ -48,7 +48,7 @@ std::filesystem::path get_windows_directory() {
 std::filesystem::path get_temp_directory(bool create) {
     std::array<wchar_t, MAX_PATH + 1> buffer{};
     const UINT length = GetWindowsDirectoryW(buffer.data(), MAX_PATH);
-    // A length beyond the capacity means that nothing was stored.
+    // If the buffer is too small, the function stores nothing and returns the size that it needs.
     if (length == 0 || length > MAX_PATH) {
         throw WinConv::CorvelFatalException(
             fmt::format("Could not resolve Windows directory : {}", WinConv::last_error_text()));

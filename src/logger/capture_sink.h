@@ -7,10 +7,11 @@
 
 namespace Logger {
 
-/// Keeps the messages of a logger in memory, one line each, so that a component can hand them over as one text.
-/// Captures nothing until set_disabled(false).
+/// Keeps the messages of a logger in memory, one per line, so that a component can pass them on as one text. Captures
+/// nothing until set_disabled(false) is called.
 ///
-/// Only the logging back end writes: flush the logger before reading text(), and do not read while it still logs.
+/// Only the logging back end writes to it: flush the logger before reading text(), and do not read while it may still
+/// log.
 class CaptureSink : public StatementSink {
 public:
     CaptureSink();
@@ -19,7 +20,7 @@ public:
         disabled_ = disabled;
     }
 
-    /// The captured messages in UTF-8, each followed by one line feed.
+    /// Returns the captured messages in UTF-8, each followed by a line feed.
     const std::string& text() const {
         return buffer_;
     }

@@ -50,7 +50,7 @@ constexpr auto time_pattern = "%H:%M:%S.%Qns";
 
 constexpr std::uint32_t backtrace_length = 5;
 
-// Where statements go, and why not to the preferred place.
+// Where log statements go and, if that is not the preferred sink, the reason.
 struct Destination {
     std::shared_ptr<quill::Sink> sink;
     const char* pattern = line_pattern;
@@ -61,7 +61,7 @@ quill::LogLevel quill_level(Level level) {
     return static_cast<quill::LogLevel>(std::min(level, Level::None));
 }
 
-// Everything else in an argument is written as \xNN before a sink sees it.
+// All other characters of an argument are replaced with \xNN before a sink receives the message.
 bool is_printable(char character) {
     return (character >= ' ' && character <= '~') || character == '\n';
 }
@@ -70,7 +70,7 @@ void start_backend() {
     quill::BackendOptions options;
     options.thread_name = "corvel logging";
     options.sleep_duration = std::chrono::milliseconds{300};
-    // The library's defaults differ from version to version; these are what the tool is measured with.
+    // Set explicitly, because the library's defaults differ between its versions.
     options.enable_yield_when_idle = false;
     options.transit_event_buffer_initial_capacity = 128;
     options.transit_events_soft_limit = 4096;
@@ -95,11 +95,12 @@ Destination choose_destination(bool colours, const SinkMaker& make_preferred_sin
     } catch (const std::exception& error) {
         destination.fall_back_reason = error.what();
         try {
-            // A link that somebody left there would have the log written into its target.
+            // If the name is a link, the log would be written to the link's target.
             DeleteFileW(L"corvel.log");
             destination.sink = QuillCompat::rotating_file_sink("corvel.log");
         } catch (const std::exception& file_error) {
-            // A folder that takes no file must not keep the command from running: standard output it is.
+            // A folder that cannot be written to must not prevent the command from running: standard output remains the
+            // sink.
             *destination.fall_back_reason += "; ";
             *destination.fall_back_reason += file_error.what();
         }
@@ -116,7 +117,7 @@ void create_logger(const LoggerRow& row, const Destination& destination) {
         sinks.push_back(capture);
     }
     const quill::PatternFormatterOptions format{destination.pattern, time_pattern, quill::Timezone::LocalTime};
-    // Reading the time stamp counter would first have to calibrate it, at the cost of most of a short run.
+    // The time-stamp-counter clock has to be calibrated first, which would take most of a short run.
     *row.handle =
         quill::Frontend::create_or_get_logger(row.name, std::move(sinks), format, quill::ClockSourceType::System);
     (*row.handle)->init_backtrace(backtrace_length, quill::LogLevel::Critical);
@@ -128,7 +129,7 @@ void apply_level(quill::Logger& logger, Level level) {
         logger.set_log_level(quill_level(level));
         return;
     }
-    // The capture sink is to receive Debug and above whatever the others show.
+    // The capture sink receives Debug and above, whatever the level of the other sinks.
     logger.set_log_level(quill_level(std::min(level, Level::Debug)));
     for (const auto& sink : sinks) {
         if (dynamic_cast<const CaptureSink*>(sink.get()) == nullptr) {

@@ -12,7 +12,7 @@ quill::Logger* pkg_report = nullptr;
 quill::Logger* pkg_update = nullptr;
 
 void flush() {
-    // The back end looks at its queue only now and then unless it is woken.
+    // Without this, the flush would wait until the back end next polls its queue.
     quill::Backend::notify();
     main->flush_log();
 }

@@ -5,8 +5,8 @@
 
 namespace Logger {
 
-/// The named loggers, set by init_loggers() and valid until the process ends. A statement reads
-/// `LOG_ERROR(Logger::main, "error {}", code)`. It records the enclosing function's name, so it never stands inside
+/// The named loggers, set by init_loggers() and valid until the process ends. A log statement is written as
+/// `LOG_ERROR(Logger::main, "error {}", code)`. It records the name of the enclosing function, so it must not be inside
 /// a lambda.
 extern quill::Logger* api;
 extern quill::Logger* comm;

@@ -10,17 +10,17 @@
 
 namespace Logger {
 
-/// What a sink is handed of a log statement. Texts are UTF-8 and valid during the call only.
+/// A log statement as it is passed to a sink. Strings are UTF-8 and valid only during the call.
 struct Statement {
     const quill::MacroMetadata& metadata;
     std::string_view logger;
     quill::LogLevel level;
-    std::string_view message; ///< formatted, but without the pattern
-    std::string_view line;    ///< by the pattern, with its line feed
+    std::string_view message; ///< the formatted message, without the pattern
+    std::string_view line;    ///< the line that the pattern produces, with its line feed
 };
 
-/// A sink that takes each statement as one value in place of the library's twelve parameters. The logging back end's
-/// thread alone calls it.
+/// A sink that receives each statement as one value instead of the library's twelve parameters. Only the thread of the
+/// logging back end calls it.
 class StatementSink : public quill::Sink {
 public:
     void write_log(const quill::MacroMetadata* log_metadata, std::uint64_t /*log_timestamp*/,

@@ -29,8 +29,8 @@ constexpr std::size_t initial_buffer_size = 128000;
 
 using EventLogHandle = WinConv::Owned<HANDLE, CloseEventLog>;
 
-// Reads the next records into the buffer, which grows to take one that is larger. Returns how many bytes there are,
-// none at the end of the log.
+// Reads the next records into the buffer, which is enlarged if a single record does not fit. Returns the number of
+// bytes read, 0 at the end of the log.
 Result<std::size_t> read_batch(HANDLE log, std::vector<std::byte>& buffer) {
     constexpr DWORD flags = EVENTLOG_SEQUENTIAL_READ | EVENTLOG_FORWARDS_READ;
     for (bool resized = false;; resized = true) {
@@ -62,8 +62,8 @@ bool write_buff_to_zip(Zip::OpenMember& member, std::string_view bytes) {
     return result == Zip::ok;
 }
 
-// Copies the log into the member, a batch at a time. Returns how many bytes it took; nothing, after logging why, if
-// reading or writing fails.
+// Despite its name, writes the text of the log to the archive member, one batch at a time. Returns the number of bytes
+// written, or std::nullopt, after logging the reason, if reading or writing fails.
 std::optional<std::uint64_t> read_logs_to_buff(HANDLE log, Zip::OpenMember& member) {
     std::vector<std::byte> buffer(initial_buffer_size);
     std::string text;

@@ -13,9 +13,11 @@ namespace {
 
 using ProcessHandle = WinConv::Owned<HANDLE, CloseHandle>;
 
-// Starts PowerShell by its bare name and returns its process; null, and why, if it cannot be started.
+// Starts PowerShell, by its name without a path, and returns its process. On failure, returns null and sets `error` to
+// the Windows error.
 ProcessHandle start_power_shell(const std::filesystem::path& log, DWORD& error) {
-    // Whoever can write to the current folder must not choose what an elevated process starts.
+    // Removes the current folder from the search for the executable: other users may be able to write to it, and this
+    // process is usually elevated.
     SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
     std::wstring command = L"powershell.exe Get-WindowsUpdateLog -LogPath \"" + log.native() + L"\"";
     STARTUPINFOW startup{};

@@ -8,7 +8,7 @@ namespace Commands {
 
 bool load_configuration() {
     try {
-        // Only the agent gives its machine an identity.
+        // Only the agent generates a host_id.
         Config::config_load(false);
         return true;
     } catch (const WinConv::CorvelFatalException& fatal) {

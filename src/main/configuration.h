@@ -2,7 +2,7 @@
 
 namespace Commands {
 
-/// Loads the configuration; on failure prints why to standard error and returns false.
+/// Loads the configuration. On failure, prints the reason to standard error and returns false.
 bool load_configuration();
 
 } // namespace Commands

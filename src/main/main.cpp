@@ -27,17 +27,18 @@ int run(std::span<wchar_t* const> arguments) {
 
 } // namespace
 
-// The wide arguments: the narrow ones have lost every character that the code page lacks.
+// Wide arguments, because narrow ones lose every character that the ANSI code page does not contain.
 int wmain(int count, wchar_t** arguments) {
-    // An elevated process must not take libraries from the folder that it was started from or in.
+    // An elevated process must not load DLLs from the executable's folder or the current folder.
     Dll::confine_search();
     try {
-        // Without the program's name, which a caller may leave out.
+        // Skips the program's name, which the parent process may have omitted.
         const int status = run(std::span(arguments, static_cast<std::size_t>(count)).subspan(count > 0 ? 1 : 0));
         Logger::stop_logging();
         return status;
     } catch (const std::exception& error) {
-        // An unforeseen exception ends the process abnormally, but not before it is named and everything is written.
+        // An unexpected exception ends the process abnormally, after its message and everything in buffers has been
+        // written.
         Console::print_error("{}\n", error.what());
         Logger::stop_logging();
         static_cast<void>(std::fflush(nullptr));

@@ -26,7 +26,7 @@ Pairs collect_pairs(std::span<const std::string> arguments) {
     return pairs;
 }
 
-// Stores the value; prints why not and returns false if it is not good.
+// Stores the value. Prints the reason and returns false if it is refused.
 bool apply_value(Config::Record& record, const std::string& key, const std::string& text) {
     if (const auto refusal = Config::set_value(record, key, text)) {
         Console::print_error("Error parsing value for {}: {}\n", key, *refusal);
@@ -39,7 +39,8 @@ bool apply_value(Config::Record& record, const std::string& key, const std::stri
     return true;
 }
 
-// Applies the pairs whose key is known, and removes them. Every value is tried, so that one run names all bad ones.
+// Applies the pairs with known keys and removes them from `pairs`. Tries every value, so that one run reports all that
+// are refused.
 bool apply_pairs(Pairs& pairs, Config::Record& record) {
     bool all_values_good = true;
     for (const std::string& key : Config::keys()) {

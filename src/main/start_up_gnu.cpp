@@ -1,7 +1,8 @@
-// What starts differently with GNU compilers.
+// Start-up code for GNU compilers.
 //
-// They leave the guard of the stack protector to a library, which asks a cryptographic provider for it at start-up and
-// so loads a dozen other libraries before the search for them is confined. Here it is made without any.
+// Their stack protector normally gets its guard value from a library that calls a cryptographic provider at start-up,
+// which loads a dozen other DLLs before the DLL search is restricted. Here, the guard value is computed without loading
+// any DLL.
 
 #include "dll/search.h"
 
@@ -12,7 +13,7 @@
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming): the compiler's.
 extern "C" {
-// Arguments stay as they are typed: the C library would replace one that has "*" or "?" in it by names of files.
+// Disables wildcard expansion: the C library would replace arguments that contain "*" or "?" with matching file names.
 int _dowildcard = 0;
 
 std::uintptr_t __stack_chk_guard = 0;
@@ -20,15 +21,15 @@ std::uintptr_t __stack_chk_guard = 0;
 }
 
 void __stack_chk_fail() {
-    // The stack can no longer be trusted: nothing of it may run.
+    // The stack is corrupt: ends the process without running handlers or destructors.
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_STACK_BUFFER_OVERRUN));
     std::terminate();
 }
 
 namespace {
 
-// What Microsoft's run-time library makes its guard of. A random number would have to come from a library that Windows
-// looks for beside the executable, and finds there before any of this code runs.
+// Combines the same values as Microsoft's run-time library. A random number would require a DLL that Windows searches
+// for in the executable's folder before any of this code runs.
 [[gnu::no_stack_protector]] std::uintptr_t make_guard() {
     FILETIME time{};
     GetSystemTimeAsFileTime(&time);
@@ -39,7 +40,7 @@ namespace {
     const std::uintptr_t identifiers = std::uintptr_t{GetCurrentProcessId()} << 32U ^ GetCurrentThreadId();
     const std::uintptr_t now = std::uintptr_t{time.dwLowDateTime} << 32U ^ time.dwHighDateTime;
     const std::uintptr_t count = static_cast<std::uintptr_t>(counter.QuadPart) << 16U;
-    // Its lowest byte is zero, so that no string can contain it.
+    // The lowest byte is zero, so that an overflowing string cannot reproduce the guard.
     return (now ^ ticks << 24U ^ identifiers ^ count ^ address << 8U) & ~std::uintptr_t{0xFF};
 }
 

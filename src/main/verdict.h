@@ -5,7 +5,7 @@
 
 namespace Commands {
 
-/// Tells whether a release with this trust may be taken under the profile.
+/// Returns whether the profile accepts a release with this trust.
 constexpr bool is_acceptable(Config::SelfUpdateProfile profile, const Crypto::VerificationTrust& trust) {
     switch (profile) {
     case Config::SelfUpdateProfile::Unsigned:

@@ -34,7 +34,7 @@ int verify_release(const std::string& metadata_file, const std::string& signatur
         const std::string signature = Files::read(signature_path);
         trust = Crypto::verify(metadata, signature);
     } catch (const std::exception& error) {
-        // Alone of all messages, this one has no line feed.
+        // Unlike all other messages, this one does not end with a line feed.
         Console::print_error("Failed to read inputs: {}", error.what());
         return exit_failure;
     }

@@ -48,7 +48,7 @@ bool is_error_log(const std::filesystem::path& file, const wchar_t* except) {
     return file.extension() == L".log" && file.filename() != except;
 }
 
-// Of two files of one name, the one found first is kept.
+// Adds the logs in the folder, except the one with the given name, by file name. An entry that exists already is kept.
 void find_error_logs(const std::filesystem::path& folder, const wchar_t* except, MemberFiles& logs) {
     std::error_code error;
     std::filesystem::directory_iterator entries(folder, error);
@@ -56,7 +56,7 @@ void find_error_logs(const std::filesystem::path& folder, const wchar_t* except,
         throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", folder, error);
     }
     for (const auto& entry : entries) {
-        // A log that is just being deleted does not tell whether it is a folder; it is tried like the others.
+        // For a log that is just being deleted, is_directory() fails; the log is added all the same.
         if (is_error_log(entry.path(), except) && !entry.is_directory(error)) {
             logs.emplace(WinConv::native_to_utf8(entry.path().filename().native()), entry.path());
         }
@@ -73,6 +73,7 @@ void zip_add_os_update_logs(std::vector<Zip::MemberProducer>& list) {
     add_files(LogZipper::zip_generate_os_update_logs(), list);
 }
 
+// Despite its name, writes no archive: appends a producer for each log in the scratch folder and in `program_data`.
 void zip_package_error_logs(const std::filesystem::path& program_data, std::vector<Zip::MemberProducer>& list) {
     MemberFiles logs;
     const auto scratch = Files::get_temp_directory(false);
@@ -83,7 +84,7 @@ void zip_package_error_logs(const std::filesystem::path& program_data, std::vect
     add_files(logs, list);
 }
 
-// The members that every bundle has.
+// Returns the producers of the members that every bundle has.
 std::vector<Zip::MemberProducer> fixed_producers(const std::filesystem::path& config_file, std::time_t now) {
     const auto in_memory = [now](auto* produce, const char* name) -> Zip::MemberProducer {
         return [produce, member = Zip::Member{name, now}](Zip::Writer& writer) { return produce(writer, member); };

@@ -2,10 +2,9 @@
 
 namespace SupportBundle {
 
-/// Writes "corvel-support-bundle_<UTC time>.zip" with everything that support needs into the current folder and says
-/// on standard output where it is and whether all went well, which is also what it returns. With `exclude_wu`, the
-/// Windows Update logs are left out. Throws std::filesystem::filesystem_error if a folder cannot be scanned, and
-/// CorvelFatalException where the well-known paths do.
+/// Creates "corvel-support-bundle_<UTC time>.zip" in the current folder and prints its path and the outcome to standard
+/// output. Returns whether everything was collected and written. With `exclude_wu`, leaves out the Windows Update logs.
+/// Throws std::filesystem::filesystem_error if a folder cannot be read, and what the functions of files/paths.h throw.
 bool create_support_bundle(bool exclude_wu);
 
 } // namespace SupportBundle

@@ -49,12 +49,12 @@ nlohmann::json entitlement(const System::WindowsLicense& license) {
     return json;
 }
 
-// Returns why detection ended early, if it did; what was found until then is still worth having.
+// Fills in the facts about the machine. If detection ends early, returns the reason; what was detected before is used.
 std::optional<std::string> describe_machine(Metadata& metadata) {
     const System::WindowsIpcApartment apartment;
     std::optional<std::string> failure;
     try {
-        // The configuration is not loaded for a bundle: this is the address that the build has.
+        // The configuration has not been loaded here, so this is the default address.
         System::detect(Config::current().webapp_addr);
     } catch (const WinConv::CorvelFatalException& fatal) {
         failure = fatal.text();
@@ -72,7 +72,8 @@ std::optional<std::string> describe_machine(Metadata& metadata) {
     return failure;
 }
 
-// Returns why not everything could be found out, if so; each finding stands even if the next one fails.
+// Fills in the facts about the configuration file. If a step fails, returns the reason; the results of the steps before
+// it are kept.
 std::optional<std::string> describe_configuration_file(Metadata& metadata) {
     try {
         const auto path = Files::get_config_file_path();

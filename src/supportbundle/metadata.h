@@ -9,8 +9,8 @@
 
 namespace SupportBundle {
 
-/// What the metadata document says, with the values that stand where nothing could be found out. Texts are UTF-8, but
-/// for the configuration file's contents, which are whatever the file holds.
+/// The contents of the metadata document. The initial values are used for whatever cannot be determined. Strings are
+/// UTF-8, except for the contents of the configuration file, which are arbitrary bytes.
 struct Metadata {
     bool cfgfile_path_findable = false;
     std::string cfgfile_filepath = "unknown";
@@ -31,11 +31,13 @@ struct Metadata {
     std::vector<System::WindowsLicense> entitlements;
 };
 
-/// Returns the document as compact JSON with ascending keys. Throws nlohmann::json::type_error if a text is not UTF-8.
+/// Returns the document as compact JSON with keys in ascending order. Throws nlohmann::json::type_error if a string is
+/// not valid UTF-8.
 std::string metadata_document(const Metadata& metadata);
 
-/// Finds out about the configuration file and the machine and adds the document as a member of the archive. Returns
-/// false, after logging why, if it cannot be written. What cannot be found out has its default.
+/// Collects the facts about the configuration file and the machine and adds the document as a member of the archive.
+/// Whatever cannot be determined keeps its initial value. Returns false, after logging the reason, if the document
+/// cannot be created or written.
 bool zip_add_agent_metadata(Zip::Writer& writer, const Zip::Member& member);
 
 } // namespace SupportBundle

@@ -26,7 +26,7 @@ constexpr DWORD longest_poll_ms = 10000;
 
 using ServiceHandle = WinConv::Owned<SC_HANDLE, CloseServiceHandle>;
 
-// The agent service, open, with the manager that it was opened through.
+// Handles of the agent service and of the service control manager.
 struct AgentService {
     ServiceHandle manager;
     ServiceHandle service;
@@ -62,7 +62,8 @@ const char* service_state_name(DWORD state) {
                                                              : "service_status_unknown";
 }
 
-// Waits until the service is in the state `expected`, 30 seconds at most and only as long as it is in `pending`.
+// Waits up to 30 seconds until the service is in the state `expected`. Any state other than `pending` in the meantime
+// is an error.
 Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending) {
     const DWORD start = GetTickCount();
     for (;;) {
@@ -78,7 +79,7 @@ Result<> wait_for_service_state(SC_HANDLE service, DWORD expected, DWORD pending
             return Error{fmt::format("error unexpected corvel service state:{0} expected:{1}",
                                      service_state_name(state), service_state_name(expected))};
         }
-        // The difference stays right when the tick counter wraps.
+        // Unsigned subtraction stays correct when the tick count wraps around.
         if (GetTickCount() - start > wait_limit_ms) {
             return Error{
                 fmt::format("error timeout reached corvel service state change to {}", service_state_name(expected))};

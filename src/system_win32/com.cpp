@@ -12,7 +12,7 @@ namespace {
 
 constexpr int ro_init_multithreaded = 1;
 
-// Tried once: what a system lacks now it will lack later.
+// Tried only once: a library that the system does not have will not appear later.
 bool winrt_is_available() {
     static const bool available = winrt_core().load({"api-ms-win-core-winrt-l1-1-0.dll"}, false);
     return available;

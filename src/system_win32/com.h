@@ -20,10 +20,10 @@ using ComPtr = WinConv::Owned<Interface*, release_interface>;
 
 using Bstr = WinConv::Owned<BSTR, SysFreeString>;
 
-/// Returns a copy of the text. Throws std::system_error with the out-of-memory HRESULT.
+/// Returns a copy of the text. Throws std::system_error with E_OUTOFMEMORY if there is not enough memory.
 Bstr make_bstr(const wchar_t* text);
 
-/// A VARIANT that is cleared when its scope ends.
+/// A VARIANT that its destructor clears.
 class Variant {
 public:
     Variant() {
@@ -46,11 +46,12 @@ private:
     VARIANT value_;
 };
 
-/// Returns the error that a failed COM call is raised as.
+/// Returns the exception for a failed COM call; `what` says what failed.
 std::system_error com_error(HRESULT result, const char* what);
 
-/// Initialises COM and, where there is one, WinRT for the calling thread, multi-threaded, for the object's scope. What
-/// the thread had initialised before is left initialised. Failures are logged; what needs COM then fails by itself.
+/// Initialises COM and, where available, WinRT for the calling thread in the multithreaded apartment, for the lifetime
+/// of the object. What the thread had initialised before stays initialised. Failures are logged; later COM calls then
+/// fail.
 class WindowsIpcApartment {
 public:
     WindowsIpcApartment();
@@ -59,7 +60,7 @@ public:
     ~WindowsIpcApartment();
 
 private:
-    // Against COM's usual rule, what was initialised before is not ended.
+    // Contrary to COM's usual rule, there is no matching call to uninitialise what was initialised before (S_FALSE).
     bool ends_com_ = false;
     bool ends_winrt_ = false;
 };

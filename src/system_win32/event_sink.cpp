@@ -25,7 +25,8 @@ struct EventKind {
     DWORD identifier;
 };
 
-// The order in which the identifiers count is what the agent's message file and its readers know.
+// The identifiers do not follow the severity: the agent's message file and programs that read the log rely on these
+// values.
 constexpr std::array<EventKind, 9> event_kinds = {{
     {Logger::Level::TraceL3, EVENTLOG_INFORMATION_TYPE, "LOG_TRACEL3", 0x20000003},
     {Logger::Level::TraceL2, EVENTLOG_INFORMATION_TYPE, "LOG_TRACEL2", 0x20000002},
@@ -45,7 +46,7 @@ const EventKind& event_kind(quill::LogLevel level) {
     return event_kinds[index < event_kinds.size() ? index : static_cast<std::size_t>(Logger::Level::Error)];
 }
 
-// Some compilers name a function with its namespaces.
+// Some compilers include the namespaces in a function's name.
 std::string_view bare_name(std::string_view function) {
     const auto colons = function.rfind("::");
     return colons == std::string_view::npos ? function : function.substr(colons + 2);

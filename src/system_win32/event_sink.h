@@ -13,10 +13,10 @@ using EventSource = WinConv::Owned<HANDLE, DeregisterEventSource>;
 
 /// Writes every log statement as one record of the Windows event log under the source "corvel". The record has two
 /// insertion strings: the statement with its file, line, function, logger and priority as NAME=VALUE fields, and the
-/// statement alone. A record that Windows refuses is lost.
+/// statement alone. Errors of ReportEventW are ignored.
 class WindowsEventSink : public Logger::StatementSink {
 public:
-    /// Registers the event source; throws std::system_error with the Windows error if that fails.
+    /// Registers the event source. Throws std::system_error with the Windows error on failure.
     WindowsEventSink();
 
     void write(const Logger::Statement& statement) override;
@@ -25,7 +25,8 @@ private:
     EventSource source_;
 };
 
-/// Gets or creates the logging library's sink "windows", a WindowsEventSink; throws as its constructor does.
+/// Returns the sink "windows" of the logging library, creating it if necessary. Throws what the constructor of
+/// WindowsEventSink throws.
 std::shared_ptr<quill::Sink> event_sink();
 
 } // namespace System

@@ -8,7 +8,7 @@
 
 namespace System {
 
-/// What is known about the machine. Texts are UTF-8.
+/// What is known about the machine. Strings are UTF-8.
 struct SystemInfo {
     std::string os_name = "Windows Unknown";
     std::string hostname = "unknown";
@@ -21,12 +21,13 @@ struct SystemInfo {
     std::vector<WindowsLicense> licenses;
 };
 
-/// The process's one record, with its defaults until detect(). Main thread only.
+/// Returns the record of the process, which has its initial values until detect() is called. Main thread only.
 SystemInfo& system_info();
 
-/// Fills system_info() and logs each value. `webapp_addr` is the URL of the service that the agent reports to; the
-/// caller holds a WindowsIpcApartment. Throws CorvelFatalException where an essential library or the host's name
-/// cannot be had, or the URL is malformed; whatever else is missing has its default.
+/// Fills system_info() and logs each value. `webapp_addr` is the URL of the web application that the agent reports to.
+/// The caller must hold a WindowsIpcApartment. Throws CorvelFatalException if an essential library, Winsock or the host
+/// name is not available, or if the URL is malformed; values that have not been detected by then keep their initial
+/// values.
 void detect(const std::string& webapp_addr);
 
 } // namespace System

@@ -6,14 +6,14 @@
 
 namespace System {
 
-/// One licensing product that Windows knows of. Texts are UTF-8.
+/// A licensing product of Windows, a row of SoftwareLicensingProduct. Strings are UTF-8.
 struct WindowsLicense {
     std::string type = "license";
     std::optional<std::string> value; ///< the product's name
-    std::optional<std::string> name;  ///< not filled by detection
+    std::optional<std::string> name;  ///< not set by detection
     std::optional<std::string> family;
     std::optional<std::string> appid;
-    std::optional<std::int32_t> status; ///< a documented code, 6 at most
+    std::optional<std::int32_t> status; ///< one of the documented codes, 0 to 6
 };
 
 } // namespace System

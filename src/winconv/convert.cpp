@@ -14,7 +14,8 @@ namespace WinConv {
 
 namespace {
 
-// A length for the system's int parameters. One that does not fit becomes 0, which the system refuses.
+// Returns the length for the int parameters of the Windows functions. A length that does not fit becomes 0, which they
+// reject.
 int api_length(std::size_t length) {
     return std::cmp_less_equal(length, INT_MAX) ? static_cast<int>(length) : 0;
 }
@@ -25,7 +26,7 @@ void cut_at_nul(std::basic_string<Char>& text, int converted) {
     text.erase(std::find(text.begin(), text.end(), Char{}), text.end());
 }
 
-// Converts text that is not empty; returns nothing, and why, if the system refuses.
+// Converts text that is not empty. On failure, returns std::nullopt and sets `error` to the Windows error.
 std::optional<std::wstring> widen(UINT code_page, std::string_view text, DWORD& error) {
     const int length = api_length(text.size());
     std::wstring native(text.size() + 1, L'\0');

@@ -12,7 +12,7 @@
 
 namespace {
 
-// The system's own text for a code, as it gives it; empty if it has none.
+// Returns the system's message for a code, unmodified; empty if there is none.
 std::wstring system_message(DWORD code, DWORD language) {
     LPWSTR text = nullptr;
     const DWORD length =

@@ -5,8 +5,8 @@
 
 namespace WinConv {
 
-/// A condition after which the current command cannot go on. Not a std::exception, so that no handler for ordinary
-/// failures takes it for one.
+/// Reports that the current command cannot continue. Not derived from std::exception, so that handlers for ordinary
+/// failures do not catch it.
 class CorvelFatalException {
 public:
     /// `detail` is UTF-8.
@@ -14,7 +14,7 @@ public:
         text_ += detail;
     }
 
-    /// "FATAL ERROR: " and the detail, in UTF-8.
+    /// Returns "FATAL ERROR: " and the detail, in UTF-8.
     const std::string& text() const {
         return text_;
     }

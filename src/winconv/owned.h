@@ -13,8 +13,8 @@ struct Closer {
     }
 };
 
-/// Owner of one Win32 resource whose empty value is null, as std::unique_ptr: `close` releases it when the scope
-/// ends. A kind of handle is one line: `using ServiceHandle = Owned<SC_HANDLE, CloseServiceHandle>;`.
+/// A std::unique_ptr that owns a Win32 resource whose empty value is null and releases it with `close`. A handle type
+/// is declared in one line: `using ServiceHandle = Owned<SC_HANDLE, CloseServiceHandle>;`.
 template <typename Handle, auto close>
 using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, Closer<close>>;
 

@@ -6,12 +6,12 @@
 
 namespace WinConv {
 
-/// The text of a failure, in UTF-8.
+/// A failure, described in UTF-8.
 struct Error {
     std::string text;
 };
 
-/// A value, or why there is none.
+/// A value, or the error that prevented it.
 template <typename Value = std::monostate>
 class [[nodiscard]] Result {
 public:

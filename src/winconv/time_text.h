@@ -7,10 +7,10 @@
 
 namespace WinConv {
 
-/// The system's unit of time, 100 nanoseconds.
+/// The unit of FILETIME, 100 nanoseconds.
 using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10000000>>;
 
-/// Returns the moment in UTC with seven digits of the second: "2025-01-31 08:15:02.4812345".
+/// Returns the time in UTC with seven decimal places for the seconds: "2025-01-31 08:15:02.4812345".
 std::string utc_text(std::chrono::sys_time<Ticks> time);
 
 } // namespace WinConv

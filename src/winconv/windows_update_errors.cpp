@@ -13,8 +13,8 @@ struct ErrorMessage {
     const char* text;
 };
 
-// The result codes of the Windows Update Agent with their documented texts, quirks of spacing included, and the
-// code that says its service is down. Sorted by code for the look-up.
+// The result codes of the Windows Update Agent with their documented texts, including irregular spacing, and the code
+// for a stopped service. Sorted by code for the binary search.
 // clang-format off
 constexpr std::array<ErrorMessage, 250> windows_update_error_messages = {{
     {0x80070422, "Windows Update service stopped working or isn't running."},

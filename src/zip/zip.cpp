@@ -97,7 +97,7 @@ bool zip_add_file(Writer& writer, const std::filesystem::path& file, const std::
     if (Files::path_exists(file)) {
         source.open(file);
     }
-    // It may have gone since, or be a link whose target is missing.
+    // The file may have been deleted since, or be a link whose target is missing.
     if (source.is_absent()) {
         LOG_DEBUG(Logger::main, "file does not exist: {}", narrow(file));
         return true;

@@ -9,36 +9,36 @@
 #include <string_view>
 #include <vector>
 
-/// The archive of a bundle, written with minizip-ng: deflate at the best level.
+/// Writes zip archives with minizip-ng, using deflate at the best compression level.
 namespace Zip {
 
 /// The archive that is being written.
 class Writer;
 
-/// Adds members to the archive. Returns true if they were written or left out on purpose, false, after logging why, if
-/// not.
+/// Adds members to the archive. Returns true if they were written or deliberately left out, otherwise false after
+/// logging the reason.
 using MemberProducer = std::function<bool(Writer& writer)>;
 
-/// An in-memory member: its name in UTF-8, which must outlive it, and its modification time.
+/// A member whose content is in memory: its name (UTF-8, not owned) and its modification time.
 struct Member {
     const char* name;
     std::time_t modified;
 };
 
-/// Minizip-ng's result code for success.
+/// The result code MZ_OK of minizip-ng.
 inline constexpr std::int32_t ok = 0;
 
-/// Returns the constant's name of a result code of minizip-ng in double quotes, "unknown" likewise for any other.
+/// Returns the name of a result code of minizip-ng, or "unknown" for any other number, in double quotes.
 std::string mz_error_name(std::int32_t code);
 
-/// Adds the text as one member; `what` names it in the log. Returns false, after logging why, if that fails.
+/// Adds the text as one member; `what` describes it in the log. Returns false, after logging the reason, on failure.
 bool zip_add_text(Writer& writer, const Member& member, std::string_view text, const char* what);
 
-/// A member that is written in pieces. Its functions return minizip-ng's result codes; one that cannot be written to
-/// its end is not in the archive.
+/// A member that is written in parts. The functions return minizip-ng's result codes. A member that cannot be written
+/// completely is not in the archive.
 class OpenMember {
 public:
-    /// Begins the member; result() tells whether it is open.
+    /// Starts the member; result() returns whether that succeeded.
     OpenMember(Writer& writer, const Member& member);
     OpenMember(const OpenMember&) = delete;
     OpenMember& operator=(const OpenMember&) = delete;
@@ -46,15 +46,15 @@ public:
     /// Closes the member if it is open.
     ~OpenMember();
 
-    /// The first error, if there was one.
+    /// Returns the first error, or `ok` if there was none.
     std::int32_t result() const {
         return result_;
     }
 
-    /// Appends bytes. After an error, does nothing but return it.
+    /// Appends bytes. After an error, writes nothing and returns that error.
     [[nodiscard]] std::int32_t write(std::string_view bytes);
 
-    /// Ends the member.
+    /// Completes the member.
     [[nodiscard]] std::int32_t close();
 
 private:
@@ -63,14 +63,14 @@ private:
     bool open_;
 };
 
-/// Adds a file, under its own name if none is given, with its attributes and times. Returns true if that worked or no
-/// such file exists, false, after logging why, if not. Throws std::filesystem::filesystem_error for the operation
-/// "exists" if the file's status cannot be had.
+/// Adds a file with its attributes and times, named `member_name` (UTF-8) or, if that is not given, as the file.
+/// Returns true if that succeeded or the file does not exist, otherwise false after logging the reason. Throws
+/// std::filesystem::filesystem_error for the operation "exists" if that cannot be determined.
 bool zip_add_file(Writer& writer, const std::filesystem::path& file, const std::optional<std::string>& member_name);
 
-/// Writes an archive at `path`, deleting what is there: runs every producer in order, also after one that failed.
-/// Returns whether all succeeded and the archive could be completed; if not, that is logged. If the archive cannot be
-/// created, no producer runs, and a hint for the user goes to standard output.
+/// Creates an archive at `path`, deleting an existing file, and runs every producer in order, even after one has
+/// failed. Returns whether all of them succeeded and the archive was completed; failures are logged. If the archive
+/// cannot be created, runs no producer and prints a hint to standard output.
 bool write_zip(const std::filesystem::path& path, const std::vector<MemberProducer>& producers);
 
 } // namespace Zip

@@ -1,4 +1,4 @@
-# Compiled once: as a header-only library it doubles what most sources take to compile.
+# Compiled, because as a header-only library it doubles the compile time of most sources.
 set(source ${fmt_SOURCE_DIR}/src/format.cc)
 if(NOT EXISTS ${source})
   set(source ${PROJECT_SOURCE_DIR}/cmake/dependencies/fmt_9.cpp)

@@ -1,5 +1,5 @@
-# What writes archives with deflate, and nothing else. Files are opened, read and written by src/zip: with the library's
-# own code for Windows, a failed read counts as the end of the file, and nobody can delete a file meanwhile.
+# Only the sources that write archives with deflate. src/zip opens, reads and writes the files: the library's own code
+# for Windows treats a failed read as the end of the file, and other processes cannot delete a file that it has open.
 set(files crypt strm strm_mem strm_zlib zip)
 list(TRANSFORM files REPLACE "(.+)" "${minizip-ng_SOURCE_DIR}/mz_\\1.c")
 add_library(minizip-ng STATIC ${files} ${PROJECT_SOURCE_DIR}/cmake/dependencies/minizip_os.c)

@@ -27,7 +27,7 @@ std::optional<std::string> read_environment(const std::string& name) {
     std::wstring value;
     DWORD length = 0;
     do {
-        // The length counts the terminator only while the buffer is too small.
+        // The returned length includes the terminating null character only if the buffer is too small.
         value.resize(length);
         SetLastError(ERROR_SUCCESS);
         length = GetEnvironmentVariableW(native_name.c_str(), value.data(), static_cast<DWORD>(value.size()));

@@ -55,8 +55,8 @@ void add_to_collection(const Anchors& anchors, const CertStore& store, DWORD pri
 
 ChainEngine create_chain_engine(const CertStore& exclusive_root) {
     CERT_CHAIN_ENGINE_CONFIG config{};
-    // Windows refuses a structure with fields that it does not know. Those of Windows 7 end here; what later headers
-    // add depends on the version that the build asks for.
+    // Windows rejects a structure that is larger than the one it knows. Windows 7 knows 80 bytes; newer headers add
+    // fields, depending on _WIN32_WINNT.
     static_assert(sizeof config == 80);
     config.cbSize = sizeof config;
     config.hExclusiveRoot = exclusive_root.get();

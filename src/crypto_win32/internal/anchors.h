@@ -13,7 +13,7 @@
 
 namespace Crypto {
 
-/// Closes a certificate store; logs a warning if something taken from it is still in use.
+/// Closes a certificate store. Logs a warning if certificate contexts from it are still in use.
 void cert_close_store(HCERTSTORE store) noexcept;
 
 using CertStore = WinConv::Owned<HCERTSTORE, cert_close_store>;
@@ -22,22 +22,26 @@ using ChainEngine = WinConv::Owned<HCERTCHAINENGINE, CertFreeCertificateChainEng
 
 inline constexpr DWORD message_encodings = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
-/// Which member of VerificationTrust a root's signature sets.
+/// The member of VerificationTrust that a signature under a root certificate sets.
 enum class Role : std::uint8_t { Developer = 0, Release = 1, System = 2 };
 
-/// What signatures are verified against. Each member uses those before it, and is released before them.
+/// The certificates that signatures are verified against. Each member uses those declared before it, which are released
+/// after it.
 struct Anchors {
     CertStore internal_store;
     CertStore system_root_store;
     CertStore collection_store;
     ChainEngine chain_engine;
+    /// Despite its name, maps the subjects of both built-in authorities, as subject_name() returns them, to their
+    /// roles.
     std::unordered_map<std::wstring, Role> release_ca_subjects;
 };
 
-/// Returns anchors made anew. Throws CorvelFatalException if the system refuses a step.
+/// Creates the anchors. Throws CorvelFatalException if a system call fails.
 Anchors make_anchors();
 
-/// Returns a certificate's subject in the object-identifier name form; nothing if the system gives it two lengths.
+/// Returns a certificate's subject name with object identifiers as attribute types (CERT_OID_NAME_STR), or std::nullopt
+/// if the conversion fails.
 std::optional<std::wstring> subject_name(const CERT_CONTEXT& certificate);
 
 } // namespace Crypto

@@ -4,7 +4,7 @@
 
 namespace Crypto {
 
-/// The certificates (DER) of the authorities that the build was given.
+/// The certificates (DER) of the two built-in authorities, embedded by the build.
 extern const std::span<const unsigned char> release_ca;
 extern const std::span<const unsigned char> developer_ca;
 

@@ -16,7 +16,7 @@ using SecurityDescriptor = WinConv::Owned<PSECURITY_DESCRIPTOR, LocalFree>;
 } // namespace
 
 std::error_code create_protected_folder(const std::filesystem::path& folder) {
-    // All rights for the system, for administrators and for the owner, whoever that is; users read.
+    // Full control for the system, administrators and the owner (OW, "owner rights"); read access for users.
     constexpr auto rights = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FA;;;OW)(A;OICI;FRFX;;;BU)";
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     if (ConvertStringSecurityDescriptorToSecurityDescriptorW(rights, SDDL_REVISION_1, &descriptor, nullptr) == 0) {

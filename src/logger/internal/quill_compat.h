@@ -15,7 +15,8 @@
 
 namespace Logger::QuillCompat {
 
-/// Gets or creates the sink "terminal": standard output, with the library's colours if `colours`.
+/// Returns the sink "terminal", creating it if necessary: standard output, in the library's colours if `colours` is
+/// set.
 inline std::shared_ptr<quill::Sink> terminal_sink(bool colours) {
 #ifdef CORVEL_QUILL_7
     return quill::Frontend::create_or_get_sink<quill::ConsoleSink>("terminal", colours, "stdout");
@@ -27,22 +28,23 @@ inline std::shared_ptr<quill::Sink> terminal_sink(bool colours) {
 #endif
 }
 
-/// Creates the rotating file sink over `file_name` in the working directory, truncating the file.
+/// Creates the rotating file sink for `file_name` in the working directory. An existing file is truncated.
 inline std::shared_ptr<quill::Sink> rotating_file_sink(const char* file_name) {
     quill::RotatingFileSinkConfig config;
     config.set_open_mode('w');
-    // It would take whatever else in the folder is named like its own files for them.
+    // The sink would also remove unrelated files whose names match the pattern of its own.
     config.set_remove_old_files(false);
 #ifdef CORVEL_QUILL_7
     return quill::Frontend::create_or_get_sink<quill::RotatingFileSink>(file_name, config);
 #else
-    // The sink registry asks whether the directory tells upper from lower case, which not every system answers.
+    // The sink registry queries whether the folder is case-sensitive and throws if the system does not support the
+    // query.
     return std::make_shared<quill::RotatingFileSink>(file_name, config);
 #endif
 }
 
-/// Switches the search for a second back end in the process off: it takes a named mutex, which any process of the
-/// session could hold to keep the tool from starting.
+/// Disables the check for a second back end in the process: it uses a named mutex, and any process of the session could
+/// hold that mutex to prevent the tool from starting.
 inline void allow_other_backends([[maybe_unused]] quill::BackendOptions& options) {
 #ifndef CORVEL_QUILL_7
     options.check_backend_singleton_instance = false;

@@ -51,7 +51,7 @@ const char* event_type_line(WORD type) {
     }
 }
 
-// The text that starts at the offset, up to its terminator; nothing if the record ends first.
+// Returns the null-terminated string at the offset, or std::nullopt if the record ends before the terminator.
 std::optional<std::wstring_view> string_at(Bytes record, std::size_t offset) {
     if (offset > record.size() || offset % sizeof(wchar_t) != 0) {
         return std::nullopt;
@@ -103,7 +103,7 @@ bool append_crash_record(const EVENTLOGRECORD& header, Bytes record, std::string
     return true;
 }
 
-// Renders one record if it is of interest; returns false if it is damaged.
+// Appends the text of one record if it is the agent's or an application crash. Returns false if the record is damaged.
 bool append_record(const EVENTLOGRECORD& header, Bytes record, std::string& text) {
     const auto source = string_at(record, sizeof(EVENTLOGRECORD));
     if (!source) {

@@ -29,13 +29,13 @@ constexpr std::array<Machine, 5> machines = {{
     {machine_arm64, processor_arm64, "arm64"},
 }};
 
-// The machine code of a processor architecture of SYSTEM_INFO; 0 if unknown.
+// Returns the IMAGE_FILE_MACHINE_ constant of a processor architecture in SYSTEM_INFO, 0 if unknown.
 std::uint16_t machine_of_processor(std::uint16_t processor) {
     const auto found = std::ranges::find(machines, processor, &Machine::processor);
     return found == machines.end() ? std::uint16_t{0} : found->code;
 }
 
-// The name of a machine code's architecture; null if unknown.
+// Returns the name of an IMAGE_FILE_MACHINE_ constant, null if unknown.
 const char* architecture_name(std::uint16_t machine) {
     const auto found = std::ranges::find(machines, machine, &Machine::code);
     return found == machines.end() ? nullptr : found->name;

@@ -5,10 +5,12 @@
 
 namespace System {
 
-/// Returns the image-file machine code of the processor itself, also for a process that runs emulated; 0 if unknown.
+/// Returns the IMAGE_FILE_MACHINE_ constant of the machine's native architecture, even if the process is emulated; 0 if
+/// unknown.
 std::uint16_t native_machine();
 
-/// Returns the name of native_machine()'s architecture, the tool's own if it is unknown, and logs it.
+/// Returns the name of the native architecture and logs it; if it is unknown, "x86_64", the architecture of the tool
+/// itself.
 std::string detect_native_arch();
 
 } // namespace System

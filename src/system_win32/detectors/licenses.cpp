@@ -37,7 +37,7 @@ WindowsLicense license_of(IWbemClassObject& row) {
     return license;
 }
 
-// Adds the product unless the list has one of the same family and status.
+// Adds the product unless the list already contains one with the same family and status.
 void add_license(WindowsLicense license, std::vector<WindowsLicense>& licenses) {
     const bool seen = std::ranges::any_of(licenses, [&](const WindowsLicense& other) {
         return other.family == license.family && other.status == license.status;

@@ -7,11 +7,11 @@
 
 namespace System {
 
-/// Returns the family of the installed Windows licence, "Unknown" if there is none or WMI fails, which is logged.
+/// Returns the family of the installed Windows licence, "Unknown" if there is none or if WMI fails, which is logged.
 std::string get_windows_license_edition();
 
-/// Returns the licensing products in the order in which they are first seen, one for each pair of family and status.
-/// A failure of WMI, or a status that is no number, is logged and ends the list.
+/// Returns the licensing products in the order in which WMI returns them, without repeating a combination of family and
+/// status. If WMI fails or a status is not a number, that is logged and the list ends there.
 std::vector<WindowsLicense> get_windows_licenses();
 
 } // namespace System

@@ -41,7 +41,7 @@ Addresses resolve(const std::wstring& host) {
     return Addresses(GetAddrInfoW(host.c_str(), L"https", &hints, &addresses) == 0 ? addresses : nullptr);
 }
 
-// The table of IPv4 addresses, or the code of the query that failed.
+// The table of IPv4 addresses, or the error code of GetIpAddrTable.
 struct IpTable {
     DWORD result = NO_ERROR;
     std::vector<std::byte> bytes;
@@ -58,7 +58,7 @@ IpTable query_ip_table() {
     return table;
 }
 
-// As many rows as the table says, but none beyond its bytes.
+// Returns as many rows as the table states, but none beyond the end of its buffer.
 std::span<const MIB_IPADDRROW> rows_of(std::span<const std::byte> bytes) {
     constexpr std::size_t head = offsetof(MIB_IPADDRTABLE, table);
     if (bytes.size() < head) {
@@ -69,13 +69,14 @@ std::span<const MIB_IPADDRROW> rows_of(std::span<const std::byte> bytes) {
     return {&table->table[0], std::min<std::size_t>(table->dwNumEntries, room)};
 }
 
-// An address in network byte order as text.
+// Returns an address (network byte order) in dotted-decimal form.
 std::string dotted(DWORD address) {
     const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof address>>(address);
     return fmt::format("{}.{}.{}.{}", bytes[0], bytes[1], bytes[2], bytes[3]);
 }
 
-// Splits a URL into views of its parts; false, with the last error set, if it is malformed.
+// Splits a URL into components that point into it. If it is malformed, logs that and returns false with the last error
+// set.
 bool split_url(const std::wstring& url, URL_COMPONENTS& components) {
     constexpr auto as_view = static_cast<DWORD>(-1);
     components = {};
@@ -95,7 +96,8 @@ bool split_url(const std::wstring& url, URL_COMPONENTS& components) {
     return true;
 }
 
-// Returns the dotted address of the interface that routes to the destination (network byte order).
+// Returns the address of the interface with the best route to the destination (network byte order), or std::nullopt,
+// after logging the reason, if there is none.
 std::optional<std::string> get_best_interface_ip4(DWORD destination) {
     DWORD index = 0;
     if (GetBestInterface(destination, &index) != NO_ERROR) {
@@ -158,9 +160,9 @@ std::string detect_ip_address(const SocketLibrary& /*sockets*/, const std::strin
         LOG_ERROR(Logger::main, "Failed to get best interface");
         return unknown;
     }
-    // The first four bytes are family and port, not the address: the destination is the same public one for every
-    // host, so that the answer is the default route's interface. Whether the host resolved decides only if there is
-    // one.
+    // The first four bytes of a socket address are its family and port, not the IP address. The destination is
+    // therefore the same public address for every host, and the result is the interface of the default route; the host
+    // only has to resolve.
     DWORD destination = 0;
     std::memcpy(&destination, addresses->ai_addr, sizeof destination);
     return get_best_interface_ip4(destination).value_or(unknown);

@@ -4,7 +4,7 @@
 
 namespace System {
 
-/// The socket library, for a scope. Throws CorvelFatalException if it cannot be started.
+/// Keeps Winsock initialised for the lifetime of the object. The constructor throws CorvelFatalException on failure.
 class SocketLibrary {
 public:
     SocketLibrary();
@@ -13,11 +13,12 @@ public:
     ~SocketLibrary();
 };
 
-/// Returns the machine's name in UTF-8. Throws CorvelFatalException if the system does not tell it.
+/// Returns the machine's host name in UTF-8. Throws CorvelFatalException if the system does not return it.
 std::string detect_hostname(const SocketLibrary& sockets);
 
-/// Returns the IPv4 address by which the machine reaches the world, if the host of the URL, or else a well-known one,
-/// resolves; "Unknown ip" otherwise, with the reason logged. Throws CorvelFatalException if the URL is malformed.
+/// Returns the IPv4 address of the interface that the default route uses. Returns "Unknown ip", after logging the
+/// reason, if neither the host of the URL nor a well-known address resolves, or if the interface cannot be determined.
+/// Throws CorvelFatalException if the URL is malformed.
 std::string detect_ip_address(const SocketLibrary& sockets, const std::string& url);
 
 } // namespace System

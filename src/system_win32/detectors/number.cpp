@@ -8,7 +8,7 @@ namespace System {
 
 namespace {
 
-// What the standard library says itself is different in each.
+// Replaces the standard library's messages, which depend on the implementation.
 template <typename Parse>
 auto parse_number(const char* name, const std::string& text, Parse parse) {
     try {

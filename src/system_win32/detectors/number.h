@@ -5,11 +5,11 @@
 
 namespace System {
 
-/// Parses a decimal number as std::stol does. Throws std::invalid_argument "invalid stol argument" and
-/// std::out_of_range "stol argument out of range".
+/// Parses a decimal number with std::stol. Throws std::invalid_argument ("invalid stol argument") or std::out_of_range
+/// ("stol argument out of range").
 std::int32_t to_signed(const std::string& text);
 
-/// The same with std::stoul, which is also the name in the messages.
+/// Parses a decimal number with std::stoul. Throws the same exceptions, with "stoul" in the messages.
 std::uint32_t to_unsigned(const std::string& text);
 
 } // namespace System

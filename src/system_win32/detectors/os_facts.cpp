@@ -17,7 +17,7 @@ namespace {
 constexpr auto version_key = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
 constexpr auto levels_key = L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Server\\ServerLevels";
 
-// The edition for virtual desktops reports a server's product type but is a desktop.
+// The edition for virtual desktops (PRODUCT_SERVERRDSH) reports a server's product type but is a client edition.
 constexpr DWORD multi_user_desktop = 175;
 
 std::uint32_t registry_number(const wchar_t* key, const wchar_t* value) {

@@ -22,7 +22,7 @@ struct WindowsName {
     std::optional<std::uint32_t> min_build;
 };
 
-// Searched in this order: of one version, the entries with the higher least build come first.
+// Searched in this order: within a version, entries with a higher minimum build come first.
 constexpr std::array<WindowsName, 13> windows_names = {{
     {"Windows Server 2025", 10, 0, true, false, 26100},
     {"Windows 11", 10, 0, false, true, 22000},

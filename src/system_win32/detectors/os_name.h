@@ -6,18 +6,18 @@
 
 namespace System {
 
-/// The name of an operating system in the style of security advisories, and what could not be told.
+/// The name of an operating system in the style of security advisories, and whether its parts were recognised.
 struct OsName {
-    std::string name; ///< "Windows Unknown" for a version that is not known
+    std::string name; ///< "Windows Unknown" if the version is not recognised
     bool known_version = true;
-    bool known_architecture = true; ///< or not part of the name
+    bool known_architecture = true; ///< also true if it is not part of the name
 };
 
-/// Makes the name from the facts alone.
+/// Derives the name from the facts alone.
 OsName name_operating_system(const OsFacts& facts);
 
-/// Asks the system for the facts and returns the name; what could not be told is logged. Throws CorvelFatalException
-/// where query_os_facts() does.
+/// Queries the facts and returns the name. A version or architecture that is not recognised is logged. Throws what
+/// query_os_facts() throws.
 std::string detect_os_name();
 
 } // namespace System

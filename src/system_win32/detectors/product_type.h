@@ -4,8 +4,8 @@
 
 namespace System {
 
-/// Returns the number of Windows' product type; 0 if there is none, and if WMI fails or the type is no number, which
-/// is logged.
+/// Returns the product type of Windows (OperatingSystemSKU). Returns 0 if WMI returns no row and, after logging the
+/// error, if WMI fails or the value is not a number.
 std::uint32_t detect_windows_product_type();
 
 } // namespace System

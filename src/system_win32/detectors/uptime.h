@@ -4,7 +4,7 @@
 
 namespace System {
 
-/// Returns the moment of the last restart in UTC, as "2025-01-31 08:15:02.4812345", and logs it.
+/// Returns the time of the last restart in UTC, for example "2025-01-31 08:15:02.4812345", and logs it.
 std::string detect_up_since();
 
 } // namespace System

@@ -15,7 +15,7 @@ ArchiveFile& file_of(void* stream) {
     return *static_cast<ArchiveFile*>(static_cast<mz_stream*>(stream));
 }
 
-// The library asks an archive that is only written to for nothing else.
+// The only operations that minizip-ng calls while it writes an archive.
 mz_stream_vtbl make_operations() {
     mz_stream_vtbl operations{};
     operations.is_open = [](void* stream) noexcept -> std::int32_t {
@@ -65,7 +65,7 @@ bool ArchiveFile::write_to_disk(const std::byte* bytes, std::size_t size) {
     if (failed_ || size == 0) {
         return !failed_;
     }
-    // Told where to write, the system needs no seeking, which could fail.
+    // An explicit offset makes a seek, which could fail, unnecessary.
     ULARGE_INTEGER offset{};
     offset.QuadPart = static_cast<ULONGLONG>(written_);
     OVERLAPPED place{};

@@ -11,33 +11,33 @@
 
 namespace Zip {
 
-/// The file of an archive, as the stream that minizip-ng writes to from start to end. As C code calls it, it throws
-/// nothing. Once a write has failed, every later one fails, until rewind().
+/// The file of an archive, as the stream that minizip-ng writes to from start to end. Its functions are called from C
+/// code and do not throw. After a failed write, every further write fails until rewind() is called.
 class ArchiveFile : public mz_stream {
 public:
     ArchiveFile();
 
-    /// Creates the file anew, deleting whatever has its name. Returns false if the system refuses.
+    /// Creates the file; an existing one is deleted first. Returns false on failure.
     bool open(const std::filesystem::path& path);
     bool is_open() const {
         return file_ != nullptr;
     }
 
-    /// Appends bytes, by way of a buffer. Returns false if that or an earlier write failed.
+    /// Appends bytes through a buffer. Returns false if this or an earlier write failed.
     bool write(const std::byte* bytes, std::size_t size);
 
-    /// Writes what is in the buffer. Returns false if that or an earlier write failed.
+    /// Writes the buffer to disk. Returns false if this or an earlier write failed.
     bool flush();
 
-    /// The number of bytes in front of the next one.
+    /// Returns the offset at which the next byte will be written.
     std::int64_t position() const {
         return written_ + static_cast<std::int64_t>(buffered_);
     }
 
-    /// Drops everything from a position on at which flush() succeeded.
+    /// Discards everything from `position` on. flush() must have succeeded at that position.
     void rewind(std::int64_t position);
 
-    /// Writes what is in the buffer and closes the file, which ends at the position. Returns false if that or an
+    /// Writes the buffer to disk, truncates the file at the current position and closes it. Returns false if this or an
     /// earlier write failed.
     bool close();
 
@@ -48,7 +48,7 @@ private:
     std::array<std::byte, 65536> buffer_{};
     std::size_t buffered_ = 0;
     std::int64_t written_ = 0;
-    std::int64_t size_ = 0; // of the file: more than was written, once something was dropped
+    std::int64_t size_ = 0; // of the file on disk; exceeds written_ after rewind()
     bool failed_ = false;
 };
 

@@ -13,32 +13,33 @@
 
 namespace Zip {
 
-/// A file that is copied into an archive, up to the size that it has when it is opened. Other processes may meanwhile
-/// write to it, rename and delete it.
+/// A file that is copied into an archive, up to its size when it is opened. Meanwhile, other processes may write to,
+/// rename or delete it.
 class FileSource {
 public:
-    /// Opens the file; is_open() and is_absent() tell the outcome.
+    /// Opens the file; is_open() and is_absent() return the outcome.
     void open(const std::filesystem::path& path);
 
-    /// Whether the file is open, which the functions below require.
+    /// Returns whether the file is open. The functions below require that.
     bool is_open() const {
         return file_ != nullptr;
     }
-    /// Whether there is no such file, as is also assumed before open() is called.
+    /// Returns whether the file does not exist. Also true before open() is called.
     bool is_absent() const {
         return Files::means_not_found(error_);
     }
 
+    /// Returns the file's Windows attributes.
     std::uint32_t attributes() const {
         return information_.dwFileAttributes;
     }
-    /// Seconds since 1970.
+    /// Return the file's times in seconds since 1970, UTC.
     std::time_t modified() const;
     std::time_t accessed() const;
     std::time_t created() const;
 
-    /// Reads the next bytes. Returns how many; 0 at the end, also if the file has become shorter; MZ_READ_ERROR if the
-    /// system refuses.
+    /// Reads the next bytes. Returns their number, 0 at the end (also if the file has become shorter), or MZ_READ_ERROR
+    /// if reading fails.
     std::int32_t read(std::span<char> buffer);
 
 private:

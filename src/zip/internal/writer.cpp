@@ -16,7 +16,7 @@ constexpr std::uint16_t utf8_name_flag = 0x0800;
 constexpr std::uint16_t deflate = 8;
 constexpr std::int16_t best_level = 9;
 
-// The library's creation functions take a pointer to fill up to version 3 and have no parameter since.
+// Up to version 3, minizip-ng's creation functions have an output parameter; later ones have no parameter.
 [[maybe_unused]] void* call(void* (*create)(void** created)) {
     void* created = nullptr;
     return create(&created);
@@ -67,12 +67,12 @@ std::int32_t Writer::close_member() {
     if (result != MZ_OK) {
         return drop_member(result);
     }
-    // The library takes no notice of what the compressor could not write at its end.
+    // minizip-ng ignores an error in writing the last output of the compressor.
     return file_.flush() ? MZ_OK : drop_member(MZ_WRITE_ERROR);
 }
 
 std::int32_t Writer::drop_member(std::int32_t reason) {
-    // While the bytes that could not be written are still there: the compressor goes on reading them.
+    // Closed before this function returns: closing makes the compressor read the caller's bytes once more.
     mz_zip_entry_close(zip_.get());
     mz_stream_mem_set_buffer_limit(directory_, end_.directory_size);
     mz_stream_mem_seek(directory_, end_.directory_size, MZ_SEEK_SET);

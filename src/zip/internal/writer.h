@@ -11,10 +11,10 @@
 
 namespace Zip {
 
-/// An archive that is being written: minizip-ng's handle and the file behind it. Its functions return minizip-ng's
-/// result codes.
+/// An archive that is being written: minizip-ng's handle and the file. The functions return minizip-ng's result codes.
 ///
-/// A member that cannot be written to its end is dropped: the archive stays sound, and the next member may still fit.
+/// A member that cannot be written completely is removed again. The archive stays valid, and further members can be
+/// added.
 class Writer {
 public:
     Writer();
@@ -22,16 +22,16 @@ public:
     /// Creates the archive. Call it once, before the other functions.
     std::int32_t open(const std::filesystem::path& path);
 
-    /// Begins a member with the name, times and attributes of the header; the one before has to be closed.
+    /// Starts a member with the name, times and attributes of the header. The previous member must be closed.
     std::int32_t open_member(mz_zip_file header);
 
-    /// Appends bytes to the open member. If that fails, the member is dropped and no longer open.
+    /// Appends bytes to the open member. If that fails, the member is removed and no longer open.
     std::int32_t write(std::string_view bytes);
 
-    /// Ends the open member.
+    /// Completes the open member. If that fails, the member is removed.
     std::int32_t close_member();
 
-    /// Writes the archive's directory and closes the file.
+    /// Writes the central directory and closes the file.
     std::int32_t close();
 
 private:
@@ -42,7 +42,7 @@ private:
         mz_zip_delete(&zip);
     }
 
-    // The end of the archive when the last member was begun.
+    // The end of the archive before the last member was started.
     struct End {
         std::int64_t position = 0;
         std::int32_t directory_size = 0;
@@ -51,7 +51,7 @@ private:
 
     ArchiveFile file_;
     WinConv::Owned<void*, delete_zip> zip_;
-    void* directory_ = nullptr; // the stream in which minizip-ng collects it
+    void* directory_ = nullptr; // minizip-ng's memory stream of the central directory, owned by zip_
     End end_;
 };
 
