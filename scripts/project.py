@@ -2,6 +2,7 @@
 
 import argparse
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -38,4 +39,9 @@ def run(*command):
 
 def run_script(script, *arguments, folder):
     """Runs one of the shell scripts in a folder; it has to succeed."""
-    subprocess.run([ROOT / "scripts" / script, *arguments], cwd=folder, check=True)
+    command = [ROOT / "scripts" / script, *arguments]
+    if os.name == "nt":
+        # Git for Windows includes a shell, which would replace arguments such as "/CN=NAME" with paths.
+        bash = pathlib.Path(os.environ["ProgramFiles"], "Git", "bin", "bash.exe")
+        command = [bash, *(word.as_posix() if isinstance(word, pathlib.PurePath) else word for word in command)]
+    subprocess.run(command, cwd=folder, check=True, env={**os.environ, "MSYS2_ARG_CONV_EXCL": "*"})

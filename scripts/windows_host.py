@@ -5,6 +5,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 
@@ -13,31 +14,14 @@ from project import ROOT
 IN_WINE = ROOT / "scripts" / "in_wine"
 
 
-class WineHost:
-    """A Wine prefix as the machine. Only the constructor, `start` and `windows_path` know that it is one."""
+class Host:
+    """A machine with its own configuration of the agent and its own services. `start` starts a program on it."""
 
-    def __init__(self, prefix):
-        self.prefix = prefix
-        self.drive_c = prefix / "drive_c"
-        self.config_folder = self.drive_c / "ProgramData" / "corvel"
+    def __init__(self, drive_c, program_data):
+        self.drive_c = drive_c
+        self.config_folder = program_data / "corvel"
         self.config_file = self.config_folder / "corvel.json"
-        self.service_record = self.drive_c / "fixture_service.txt"
-
-    def start(self, *command, ready=False, env=None, **options):
-        """Starts a program. Each argument that is a path gets its Windows name. With `ready`, the host is taken to be
-        up, which `start_up` does: that leaves the bare program, for measuring times."""
-        launcher = ["/usr/lib/wine/wine64"] if ready else [IN_WINE, self.prefix]
-        environment = {**(env or os.environ), "WINEPREFIX": str(self.prefix), "WINEDEBUG": "-all", "LC_ALL": "C.UTF-8"}
-        program, *arguments = command
-        return subprocess.Popen([*launcher, program, *map(self.windows_path, arguments)],
-                                **{"stdin": subprocess.DEVNULL, "env": environment, **options})
-
-    @staticmethod
-    def windows_path(argument):
-        """Returns the Windows name of a path, and any other argument as it is."""
-        if not isinstance(argument, pathlib.PurePath):
-            return argument
-        return ("Z:" if argument.is_absolute() else "") + str(argument).replace("/", "\\")
+        self.service_record = drive_c / "fixture_service.txt"
 
     def run(self, *command, timeout=120, **options):
         """Runs a program and returns the completed process, with its output as text unless that is sent elsewhere."""
@@ -58,6 +42,58 @@ class WineHost:
         done = self.run(*command, **options)
         done.check_returncode()
         return done.stdout
+
+    def install_service(self, fixture_service):
+        """Installs the agent's stand-in and starts it. It records in `service_record` what it does from then on."""
+        shutil.copy(fixture_service, self.drive_c / "fixture_service.exe")
+        self.output("sc", "create", "corvel-tracker", "binpath=", r"C:\fixture_service.exe C:\fixture_service.txt",
+                    "start=", "demand")
+        self.output("sc", "start", "corvel-tracker")
+        self._wait_for_service(lambda state: "RUNNING" in state)
+        self.service_record.unlink()
+
+    def remove_service(self):
+        self.run("taskkill", "/f", "/im", "fixture_service.exe")
+        self.run("sc", "delete", "corvel-tracker")
+        self._wait_for_service(lambda state: "STATE" not in state)
+
+    def remove_agent(self):
+        """Removes the service and the folder of the configuration."""
+        self.remove_service()
+        shutil.rmtree(self.config_folder, ignore_errors=True)
+
+    def _wait_for_service(self, condition):
+        end = time.monotonic() + 30
+        while not condition(self.run("sc", "query", "corvel-tracker").stdout):
+            if time.monotonic() > end:
+                raise TimeoutError("the state of corvel-tracker does not change")
+            time.sleep(0.1)
+
+
+class WineHost(Host):
+    """A Wine prefix as the machine."""
+
+    roots = "HKCU"  # Wine restores the machine's store of root certificates.
+
+    def __init__(self, prefix):
+        super().__init__(prefix / "drive_c", prefix / "drive_c" / "ProgramData")
+        self.prefix = prefix
+
+    def start(self, *command, ready=False, env=None, **options):
+        """Starts a program. Each argument that is a path gets its Windows name. With `ready`, the host is taken to be
+        up, which `start_up` does: that leaves the bare program, for measuring times."""
+        launcher = ["/usr/lib/wine/wine64"] if ready else [IN_WINE, self.prefix]
+        environment = {**(env or os.environ), "WINEPREFIX": str(self.prefix), "WINEDEBUG": "-all", "LC_ALL": "C.UTF-8"}
+        program, *arguments = command
+        return subprocess.Popen([*launcher, program, *map(self.windows_path, arguments)],
+                                **{"stdin": subprocess.DEVNULL, "env": environment, **options})
+
+    @staticmethod
+    def windows_path(argument):
+        """Returns the Windows name of a path, and any other argument as it is."""
+        if not isinstance(argument, pathlib.PurePath):
+            return argument
+        return ("Z:" if argument.is_absolute() else "") + str(argument).replace("/", "\\")
 
     def start_up(self):
         self.output("cmd", "/c", "exit")
@@ -86,28 +122,30 @@ class WineHost:
             raise subprocess.CalledProcessError(process.returncode, process.args)
         return peak / 1024
 
-    def install_service(self, fixture_service):
-        """Installs the agent's stand-in and starts it. It records in `service_record` what it does from then on."""
-        shutil.copy(fixture_service, self.drive_c / "fixture_service.exe")
-        self.output("sc", "create", "corvel-tracker", "binpath=", r"C:\fixture_service.exe C:\fixture_service.txt",
-                    "start=", "demand")
-        self.output("sc", "start", "corvel-tracker")
-        self._wait_for_service(lambda state: "RUNNING" in state)
-        self.service_record.unlink()
 
-    def remove_service(self):
-        self.run("taskkill", "/f", "/im", "fixture_service.exe")
-        self.run("sc", "delete", "corvel-tracker")
-        self._wait_for_service(lambda state: "STATE" not in state)
+class ThisMachine(Host):
+    """The machine that this program runs on, a Windows that is thrown away afterwards."""
 
-    def remove_agent(self):
-        """Removes the service and the folder of the configuration."""
-        self.remove_service()
-        shutil.rmtree(self.config_folder, ignore_errors=True)
+    prefix = None
+    roots = "HKLM"  # Windows ignores what a program writes into the user's store of root certificates.
 
-    def _wait_for_service(self, condition):
-        end = time.monotonic() + 30
-        while not condition(self.run("sc", "query", "corvel-tracker").stdout):
-            if time.monotonic() > end:
-                raise TimeoutError("the state of corvel-tracker does not change")
-            time.sleep(0.1)
+    def __init__(self):
+        if os.environ.get("CORVEL_DISPOSABLE_MACHINE") != "1":
+            sys.exit("This would replace the service corvel-tracker and the configuration in ProgramData of this "
+                     "machine. Set CORVEL_DISPOSABLE_MACHINE=1 if nobody needs them.")
+        super().__init__(pathlib.Path("C:/"), pathlib.Path("C:/ProgramData"))
+
+    def start(self, *command, **options):
+        """Starts a program."""
+        return subprocess.Popen([self.windows_path(word) for word in command],
+                                **{"stdin": subprocess.DEVNULL, **options})
+
+    @staticmethod
+    def windows_path(argument):
+        """Returns the text of an argument, which may be a path."""
+        return str(argument)
+
+
+def host_of_tests():
+    """Returns the Wine prefix that the variable WINE_HOST names or, if it is not set, this machine."""
+    return WineHost(pathlib.Path(os.environ["WINE_HOST"])) if "WINE_HOST" in os.environ else ThisMachine()

@@ -5,7 +5,7 @@ import pathlib
 import shutil
 import tempfile
 
-from wine_host import BINARIES, CONFIG_FOLDER, CORVELCTL, ROOT, HostTest, in_wine
+from wine_host import BINARIES, CONFIG_FOLDER, CORVELCTL, HOST, ROOT, HostTest, in_wine
 
 SAMPLES = ROOT / "tests" / "fixtures" / "sample_authorities"
 
@@ -27,10 +27,10 @@ class Surroundings(HostTest):
         CONFIG_FOLDER.mkdir()
         # Wine takes its own libraries before any others unless it is told otherwise.
         environment = {**os.environ, "WINEDLLOVERRIDES": f"{','.join(PLANTED)}=n,b", "SELF_UPDATE_PROFILE": '"test"',
-                       "PLANTED_RECORD": f"Z:{record}"}
+                       "PLANTED_RECORD": HOST.windows_path(record)}
         for arguments in (["set", "skip_power_check", "true"], ["create_support_bundle"],
                           ["verify_release", SAMPLES / "release.json", SAMPLES / "developer.p7s"]):
             record.touch()
-            done = in_wine(executable, *arguments, timeout=30, cwd=folder / "current", env=environment)
+            done = in_wine(executable, *arguments, timeout=600, cwd=folder / "current", env=environment)
             self.assertEqual(record.read_text(), "")
             self.assertIn(done.returncode, (0, 1))

@@ -4,7 +4,7 @@ import json
 import os
 import subprocess
 
-from wine_host import CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, IN_WINE, PREFIX, SERVICE_RECORD, HostTest, in_wine
+from wine_host import CONFIG_FILE, CONFIG_FOLDER, CORVELCTL, IN_WINE, PREFIX, SERVICE_RECORD, HostTest, in_wine, only_wine
 
 ID = "6f9619ff-8b86-d011-b42d-00c04fc964ff"
 NIL = "00000000-0000-0000-0000-000000000000"
@@ -54,6 +54,7 @@ class SetCommand(HostTest):
         self.expect("set", "tenant_id", ID, written='{"self_update": "yes"}', err="Fatal exception occurred loading config: FATAL "
                     f"ERROR: Config file is malformed: {json_type('boolean', 'string')}\n")
 
+    @only_wine
     def test_operands_come_before_the_environment_and_that_before_the_file_even_one_that_is_open_elsewhere(self):
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update_addr": "file", "webapp_addr": "file"}\r\n')
@@ -63,12 +64,14 @@ class SetCommand(HostTest):
                         written={"skip_power_check": True, "self_update_addr": "gelände", "webapp_addr": "last"})
         self.assertTrue(CONFIG_FILE.stat().st_mode & 0o200)
 
+    @only_wine
     def test_a_failed_restart_is_no_failure_even_if_nothing_can_be_shown(self):
         with open("/dev/full", "wb") as full:
             for arguments, status in (["set", "tenant_id", ID], 0), (["set", "x", "y"], 1), ([], 1):
                 self.assertEqual(in_wine(CORVELCTL, *arguments, stdout=full, stderr=full).returncode, status, arguments)
         self.assertEqual(json.loads(CONFIG_FILE.read_text())["tenant_id"], ID)
 
+    @only_wine
     def test_a_terminal_shows_the_same_messages_and_only_critical_statements(self):
         line = f"stty cols 400; {IN_WINE} {PREFIX} {CORVELCTL} set € x"
         done = subprocess.run(["script", "-qec", line, "/dev/null"], stdin=subprocess.DEVNULL, capture_output=True,

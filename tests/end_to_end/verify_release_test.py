@@ -10,7 +10,7 @@ import struct
 import tempfile
 import unittest
 
-from wine_host import BINARIES, CONFIG_FOLDER, in_wine, run_script
+from wine_host import BINARIES, CONFIG_FOLDER, HOST, in_wine, run_script
 
 AUTHORITIES = BINARIES / "authorities"
 METADATA = b'{"version":"4.2.1"}\n'
@@ -18,7 +18,7 @@ AUTHORITY = "basicConstraints = critical, CA:TRUE\nkeyUsage = critical, keyCertS
 SIGNER = "basicConstraints = critical, CA:FALSE\n"
 
 
-class VerifyRelease(unittest.TestCase):
+class Signed(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
@@ -32,9 +32,12 @@ class VerifyRelease(unittest.TestCase):
     def issue(cls, name, authority, *extensions, days="30"):
         run_script("issue_signer", authority, name, days, *extensions, folder=cls.folder)
 
-    def expect(self, signer, trust, *options, profile="production", verdict="failed", judged=None):
-        """Signs, verifies and checks the whole verdict block; trust holds the letters of developer, release, system."""
+    def expect(self, signer, trust, *options, **judged):
         run_script("sign_release", self.metadata, "signature", signer, *options, folder=self.folder)
+        self.expect_verdict(trust, **judged)
+
+    def expect_verdict(self, trust, profile="production", verdict="failed", judged=None):
+        """Verifies and checks the whole verdict block; trust holds the letters of developer, release, system."""
         done = in_wine(BINARIES / "corvelctl_test.exe", "verify_release", judged or self.metadata, "signature",
                        cwd=self.folder, env={**os.environ, "SELF_UPDATE_PROFILE": f'"{profile}"'})
         developer, release, system = ("yes" if letter in trust else "no" for letter in "drs")
@@ -42,11 +45,13 @@ class VerifyRelease(unittest.TestCase):
             f"Verification result: {verdict}\n - Verification profile: {profile}\n - Trusted developer: {developer}\n"
             f" - Trusted release: {release}\n - Trusted by system: {system}\n", "", 0 if verdict == "success" else 1))
 
+
+class VerifyRelease(Signed):
     @contextlib.contextmanager
     def trusted_by_the_system(self, certificate):
-        """Puts a certificate into the user's store of roots for a while."""
+        """Puts a certificate into a store of roots for a while."""
         der = ssl.PEM_cert_to_DER_cert((self.folder / certificate).read_text())
-        root = rf"HKCU\Software\Microsoft\SystemCertificates\ROOT\Certificates\{hashlib.sha1(der).hexdigest().upper()}"
+        root = rf"{HOST.roots}\Software\Microsoft\SystemCertificates\ROOT\Certificates\{hashlib.sha1(der).hexdigest().upper()}"
         blob = struct.pack("<III", 32, 1, len(der)) + der  # the property that is the certificate itself
         self.assertEqual(in_wine("reg", "add", root, "/v", "Blob", "/t", "REG_BINARY", "/d", blob.hex()).returncode, 0)
         try:
@@ -96,4 +101,4 @@ class VerifyRelease(unittest.TestCase):
         self.expect("developer", "", profile="unsigned", verdict="success", judged=altered)
 
         done = in_wine(BINARIES / "corvelctl_test.exe", "verify_release", "missing", "signature", cwd=self.folder)
-        self.assertEqual((done.returncode, done.stderr), (1, "Failed to read inputs: read: missing: No such file or directory"))
+        self.assertEqual((done.returncode, done.stderr.lower()), (1, "failed to read inputs: read: missing: no such file or directory"))
