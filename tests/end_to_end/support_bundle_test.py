@@ -35,8 +35,7 @@ class SupportBundle(HostTest):
 
     def create(self, *options, good=True, **environment):
         """Makes a bundle, checks what is said about it and what readers say of it, and returns the archive."""
-        done = in_wine(CORVELCTL, "create_support_bundle", *(options or ["--exclude", "wu"]), cwd=self.folder,
-                       env={**os.environ, **environment})
+        done = in_wine(CORVELCTL, "create_support_bundle", *(options or ["--exclude", "wu"]), cwd=self.folder, env={**os.environ, **environment})
         outcome = "SUCCESS" if good else "ERROR while"
         said = re.fullmatch(r"creating corvel support bundle at: ([A-Z]:\S+\\(corvel-support-bundle_\d{4}-\d\d-\d\d_"
                             rf"\d\d-\d\d-\d\d\.zip))\n{outcome} writing corvel support bundle\n", done.stdout)
@@ -85,10 +84,8 @@ class SupportBundle(HostTest):
             if there:
                 CONFIG_FILE.write_bytes(content.encode())
             document = self.document()
-            self.assertEqual({key: document[key] for key in document if key.startswith("cfg")}, {
-                "cfgfile_path_findable": True, "cfgfile_filepath": r"C:\ProgramData\corvel\corvel.json",
-                "cfgfile_contents": content if there else "unknown", "cfgfile_exists": there,
-                "cfgfile_readable": there, "cfgfile_json_malformed": malformed})
+            self.assertEqual([document[f"cfgfile_{key}"] for key in ("path_findable", "filepath", "contents", "exists", "readable", "json_malformed")],
+                             [True, r"C:\ProgramData\corvel\corvel.json", content if there else "unknown", there, there, malformed])
         CONFIG_FILE.unlink()
         CONFIG_FILE.mkdir()
         document = self.document(good=False)

@@ -1,6 +1,5 @@
 """verify_release, run by the real program built with authorities of which the tests have the keys."""
 
-import contextlib
 import hashlib
 import os
 import pathlib
@@ -47,17 +46,13 @@ class Signed(unittest.TestCase):
 
 
 class VerifyRelease(Signed):
-    @contextlib.contextmanager
-    def trusted_by_the_system(self, certificate):
-        """Puts a certificate into a store of roots for a while."""
+    def let_the_system_trust(self, certificate):
+        """Puts a certificate into a store of roots until the test ends."""
         der = ssl.PEM_cert_to_DER_cert((self.folder / certificate).read_text())
         root = rf"{HOST.roots}\Software\Microsoft\SystemCertificates\ROOT\Certificates\{hashlib.sha1(der).hexdigest().upper()}"
         blob = struct.pack("<III", 32, 1, len(der)) + der  # the property that is the certificate itself
+        self.addCleanup(in_wine, "reg", "delete", root, "/f")
         self.assertEqual(in_wine("reg", "add", root, "/v", "Blob", "/t", "REG_BINARY", "/d", blob.hex()).returncode, 0)
-        try:
-            yield
-        finally:
-            in_wine("reg", "delete", root, "/f")
 
     def test_each_authority_is_told_and_judged_by_the_profile(self):
         self.expect("release", "r")
@@ -84,8 +79,8 @@ class VerifyRelease(Signed):
             self.issue(f"of_{folder}", f"{folder}/release", SIGNER + "authorityKeyIdentifier = none")
             self.expect(f"of_{folder}", "")
             self.expect(f"of_{folder}", "", "-certfile", f"{folder}/release.pem")
-            with self.trusted_by_the_system(f"{folder}/release.pem"):
-                self.expect(f"of_{folder}", trust, "-certfile", f"{folder}/release.pem")
+            self.let_the_system_trust(f"{folder}/release.pem")
+            self.expect(f"of_{folder}", trust, "-certfile", f"{folder}/release.pem")
 
     def test_a_signer_that_is_expired_or_has_an_unknown_critical_extension_is_not_trusted(self):
         self.issue("expired", AUTHORITIES / "release", days="-1")

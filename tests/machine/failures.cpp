@@ -25,10 +25,8 @@ const std::vector<Failure>& failures() {
     using namespace FakedWmi;
     static const std::vector<Failure> all = {
         CORVEL_FAILING_IMPORTS(FAILURE)
-        FAILURE(SHGetKnownFolderPath, E_FAIL) FAILURE(WinHttpCrackUrl)
-        FAILURE(GetBestInterface, ERROR_NETWORK_UNREACHABLE) FAILURE(GetIpAddrTable, ERROR_ACCESS_DENIED)
-        failure(connect_server, E_ACCESSDENIED), failure(exec_query, E_ACCESSDENIED),
-        failure(next_row, E_ACCESSDENIED), failure(get_property, E_ACCESSDENIED),
+        FAILURE(SHGetKnownFolderPath, E_FAIL) FAILURE(WinHttpCrackUrl) FAILURE(GetBestInterface, ERROR_NETWORK_UNREACHABLE) FAILURE(GetIpAddrTable, ERROR_ACCESS_DENIED)
+        failure(connect_server, E_ACCESSDENIED), failure(exec_query, E_ACCESSDENIED), failure(next_row, E_ACCESSDENIED), failure(get_property, E_ACCESSDENIED),
     };
     return all;
 }

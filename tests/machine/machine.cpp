@@ -141,6 +141,7 @@ Outcome Machine::run(const Lines& arguments, const Change& change) {
         std::ranges::for_each(*lines, [&](auto& line) { name_time_and_place(line, narrow(folder.path)); });
     }
     outcome.facts = facts();
+    EXPECT_FALSE(std::filesystem::exists(agent / L"corvel.json._corvel_tmp"));
     const std::string content = get_file(agent / L"corvel.json");
     EXPECT_TRUE(content == configuration_ || content == Config::serialise(Config::current())) << content;
     return outcome;
@@ -157,8 +158,6 @@ Facts Machine::facts() const {
     }
     if (const auto document = facts.extract("corvel_metadata.txt")) { facts.merge(facts_of(document.mapped())); }
     facts["configuration"] = get_file(agent / L"corvel.json");
-    std::error_code none;
-    for (const auto& entry : std::filesystem::directory_iterator(agent, none)) { facts["folder of the configuration"] += entry.path().filename().string() + " "; }
     return facts;
 }
 

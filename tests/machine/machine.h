@@ -59,7 +59,7 @@ struct Outcome {
     std::string out, err;
     Lines log;   // each line as "LEVEL FUNCTION: MESSAGE"
     Lines calls; // of the service manager and the like, in order
-    Facts facts; // members of the bundle, facts of its document, the configuration and its folder
+    Facts facts; // members of the bundle, facts of its document, the configuration
 };
 
 /// A function of the system, and a way to make one of its calls fail while counting them.

@@ -11,15 +11,11 @@ using EventBatch = std::vector<std::byte>;
 
 /// One event record in the layout of Windows, generated at 2025-01-31 14:05:09 UTC.
 inline EventBatch event_record(const std::wstring& source, DWORD number, WORD type, const std::vector<std::wstring>& strings) {
-    EVENTLOGRECORD header{};
     std::wstring tail = source + L'\0' + L"HOST" + L'\0';
+    EVENTLOGRECORD header{.RecordNumber = number, .TimeGenerated = 1738332309, .EventType = type, .NumStrings = static_cast<WORD>(strings.size())};
     header.StringOffset = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
     for (const std::wstring& string : strings) { tail += string + L'\0'; }
     tail.resize((tail.size() + 1) / 2 * 2 + 2);
-    header.RecordNumber = number;
-    header.TimeGenerated = 1738332309;
-    header.EventType = type;
-    header.NumStrings = static_cast<WORD>(strings.size());
     header.Length = static_cast<DWORD>(sizeof header + tail.size() * sizeof(wchar_t));
     EventBatch bytes(header.Length);
     std::memcpy(bytes.data(), &header, sizeof header);

@@ -22,25 +22,23 @@ protected:
     // set up the loggers once only, so each test does it in a child.
     void expect(
         const char* levels, const Matcher<const std::string&>& shown, const std::function<void()>& log = [] {}) {
-        EXPECT_EXIT(run(levels, log), ExitedWithCode(0), shown);
-    }
-
-private:
-    void run(const char* levels, const std::function<void()>& log) {
-        const Fakes::Replacement stream(Fakes::_isatty, [this](int file) { return terminal && file == 1 ? 1 : 0; });
-        // A named object could be somebody else's, and keep the tool from starting.
-        const Fakes::Replacement mutex(Fakes::CreateMutexA, [](auto...) { return Fakes::refuse(ERROR_ALREADY_EXISTS, HANDLE{}); });
-        // Made before the loggers, and so removed after they have closed their files.
-        static const TemporaryFolder folder;
-        prepare();
-        testing::internal::CaptureStdout();
-        const auto preferred = [this] { return preferred_can_be_made ? RecordedLog::make_sink() : throw std::runtime_error("Access denied."); };
-        Logger::init_loggers(Logger::parse_log_level_config(levels), false, preferred);
-        log();
-        Logger::stop_logging();
-        fmt::print(stderr, "{}\n{}", fmt::join(RecordedLog::lines, "\n"), testing::internal::GetCapturedStdout());
-        for (const auto& path : std::set<std::filesystem::path>(std::filesystem::directory_iterator("."), {})) { fmt::print(stderr, "{}: {}", path.filename().string(), get_file(path)); }
-        std::exit(0);
+        const auto run = [&] {
+            const Fakes::Replacement stream(Fakes::_isatty, [this](int file) { return terminal && file == 1 ? 1 : 0; });
+            // A named object could be somebody else's, and keep the tool from starting.
+            const Fakes::Replacement mutex(Fakes::CreateMutexA, [](auto...) { return Fakes::refuse(ERROR_ALREADY_EXISTS, HANDLE{}); });
+            // Made before the loggers, and so removed after they have closed their files.
+            static const TemporaryFolder folder;
+            prepare();
+            testing::internal::CaptureStdout();
+            const auto preferred = [this] { return preferred_can_be_made ? RecordedLog::make_sink() : throw std::runtime_error("Access denied."); };
+            Logger::init_loggers(Logger::parse_log_level_config(levels), false, preferred);
+            log();
+            Logger::stop_logging();
+            fmt::print(stderr, "{}\n{}", fmt::join(RecordedLog::lines, "\n"), testing::internal::GetCapturedStdout());
+            for (const auto& path : std::set<std::filesystem::path>(std::filesystem::directory_iterator("."), {})) { fmt::print(stderr, "{}: {}", path.filename().string(), get_file(path)); }
+            std::exit(0);
+        };
+        EXPECT_EXIT(run(), ExitedWithCode(0), shown);
     }
 };
 

@@ -61,14 +61,6 @@ TEST_F(WriteZip, leaves_out_members_that_do_not_fit_onto_the_disk_and_tells_if_t
     EXPECT_THAT(RecordedLog::take(), Contains(HasSubstr("mz error adding file b.log to zip: \"MZ_")));
 }
 
-TEST_F(WriteZip, replaces_whatever_has_the_name_by_a_file_of_its_own) {
-    put_file("other", std::string(400000, 'x'));
-    std::filesystem::create_hard_link("other", "a.zip");
-    SetFileAttributesW(L"other", FILE_ATTRIBUTE_READONLY);
-    EXPECT_EQ(write(), std::pair(true, Members{brief(large)}));
-    EXPECT_EQ(brief(get_file("other")), brief(std::string(400000, 'x')));
-}
-
 TEST_F(WriteZip, counts_a_file_that_goes_between_the_look_and_the_opening_as_absent) {
     for (const DWORD error : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED}) {
         const Fakes::Replacement open(Fakes::CreateFileW,
