@@ -3,7 +3,7 @@
 #include "support/unit_test.h"
 
 TEST(PathExists, takes_the_not_found_answers_for_no_and_throws_on_any_other) {
-    const std::wstring long_path = L"C:\\" + std::wstring(300, L'x');
+    const std::wstring long_path = L"C:\\" + std::wstring(244, L'x'); // the shortest that is too long
     DWORD error = 0;
     const Fakes::Replacement query(Fakes::GetFileAttributesW, [&](LPCWSTR path) {
         EXPECT_EQ(path, L"\\\\?\\" + long_path);
