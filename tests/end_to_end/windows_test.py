@@ -3,11 +3,13 @@
 import pathlib
 import subprocess
 import tempfile
+import time
 import zipfile
 
 from verify_release_test import BINARIES, Signed
-from wine_host import CONFIG_FOLDER, CORVELCTL, HostTest, in_wine, only_windows
+from wine_host import CONFIG_FOLDER, CORVELCTL, ROOT, HostTest, in_wine, only_windows
 
+ENVIRONMENT = r"HKLM\System\CurrentControlSet\Control\Session Manager\Environment"
 SET = "set", "tenant_id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"
 
 
@@ -37,6 +39,23 @@ class Windows(HostTest):
         in_wine("sc", "config", "corvel-tracker", "start=", "auto")
         self.assertEqual(in_wine(CORVELCTL, *SET).returncode, 0)
         self.assertIn("DELAYED", in_wine("sc", "qc", "corvel-tracker").stdout)
+
+    def test_without_elevation_the_service_is_not_restarted(self):
+        shown = CONFIG_FOLDER / "shown"
+        in_wine("runas", "/trustlevel:0x20000", f"cmd /c {CORVELCTL} {' '.join(SET)} >{shown} 2>&1")
+        end = time.monotonic() + 60
+        while time.monotonic() < end and not (shown.exists() and "\n" in shown.read_text()):
+            time.sleep(0.1)
+        self.assertIn("Access is denied", shown.read_text())
+
+    def test_a_newer_msi_replaces_an_older_one_and_its_removal_leaves_nothing(self):
+        tool = pathlib.Path(r"C:\Program Files\corvelctl\corvelctl.exe")
+        for msi in sorted((ROOT / "build" / "msi").glob("*.msi")):  # by version
+            self.assertEqual(in_wine("msiexec", "/i", msi, "/qn", timeout=600).returncode, 0)
+            self.assertIn("Usage", in_wine(tool).stdout)
+        self.assertIn(str(tool.parent), in_wine("reg", "query", ENVIRONMENT, "/v", "Path").stdout)
+        self.assertEqual(in_wine("msiexec", "/x", msi, "/qn", timeout=600).returncode, 0)
+        self.assertFalse(tool.exists())
 
 
 @only_windows

@@ -34,13 +34,8 @@
     X(MultiByteToWideChar) X(OpenEventLogW) X(OpenSCManagerW) X(OpenServiceW) X(QueryServiceStatus) X(ReadEventLogW) X(ReadFile, FALSE, ERROR_READ_FAULT) \
     X(RegGetValueW, ERROR_ACCESS_DENIED) X(StartServiceW) X(SysAllocString) X(UuidFromStringW, RPC_S_INVALID_STRING_UUID) X(UuidToStringW, RPC_S_OUT_OF_MEMORY) \
     X(WSAStartup, WSASYSNOTREADY) X(WideCharToMultiByte) X(WriteFile, FALSE, ERROR_DISK_FULL) X(_write, -1) X(gethostname, -1)
-// clang-format on
 
-CORVEL_OTHER_IMPORTS(CORVEL_DECLARE_FAKE)
-CORVEL_FAILING_IMPORTS(CORVEL_DECLARE_FAKE)
-
+CORVEL_OTHER_IMPORTS(CORVEL_DECLARE_FAKE) CORVEL_FAILING_IMPORTS(CORVEL_DECLARE_FAKE)
 // These are linked, not imported: each is wrapped itself.
-CORVEL_DECLARE_FAKE(GetBestInterface)
-CORVEL_DECLARE_FAKE(GetIpAddrTable)
-CORVEL_DECLARE_FAKE(SHGetKnownFolderPath)
-CORVEL_DECLARE_FAKE(WinHttpCrackUrl)
+CORVEL_DECLARE_FAKE(GetBestInterface) CORVEL_DECLARE_FAKE(GetIpAddrTable) CORVEL_DECLARE_FAKE(SHGetKnownFolderPath) CORVEL_DECLARE_FAKE(WinHttpCrackUrl)
+    // clang-format on

@@ -26,10 +26,9 @@ TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another
         {std::string("{}\0", 3), "NUL byte in JSON text"}, {deep, "parse error at line 1, column 1000001"}, {R"({"webapp_addr": null})", "type must be string, but is null"},
         {R"({"webapp_addr": )" + deep + std::string(deep.size(), ']') + "}", "type must be string, but is array"}, {R"({"host_id": 5})", "type must be string, but is number"},
         {R"({"self_update_profile": "Production"})", "value must be one of unsigned, test, production"}};
-    for (const auto& [malformed, reason] : cases) {
-        const std::string& text = malformed;
+    for (const auto& [text, reason] : cases) {
         Config::Record record;
-        EXPECT_THAT([&] { Config::read_json(text, record); }, ThrowsMessage<std::exception>(HasSubstr(reason))) << text.substr(0, 50);
+        EXPECT_THAT(([&record, &text = text] { Config::read_json(text, record); }), ThrowsMessage<std::exception>(HasSubstr(reason))) << text.substr(0, 50);
         EXPECT_EQ(Config::is_json(text), std::string_view(reason).find("must be") != std::string_view::npos) << text.substr(0, 50);
     }
 }
