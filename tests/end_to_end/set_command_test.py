@@ -43,7 +43,7 @@ class SetCommand(HostTest):
                               (["a", "b", "tenant_id", "x"], "Error: tenant_id must be a valid UUID and not nil"),
                               (["tenant_id", NIL], "Error: tenant_id must be a valid UUID and not nil"),
                               (["self_update", "yes", "tenant_id", ID], f"{value} self_update: {json_type('boolean', 'string')}"),
-                              (["webapp_addr", "123"], f"{value} webapp_addr: {json_type('string', 'number')}"),
+                              (["webapp_addr", "123", "self_update", "false"], f"{value} webapp_addr: {json_type('string', 'number')}"),
                               (["log_level", "debug"], f"{value} log_level: {json_text(1, 'd')}"),
                               (["self_update_profile", "test"], f"{value} self_update_profile: {json_text(2, 'te')}"),
                               (["b", "€", "tenant_id", ID, "a", "c"], 'Unknown key/value pairs: {"a": "c", "b": "€"}')):
