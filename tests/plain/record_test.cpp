@@ -28,7 +28,7 @@ TEST(Record, is_not_read_from_a_text_that_is_malformed_or_has_a_value_of_another
         {R"({"self_update_profile": "Production"})", "value must be one of unsigned, test, production"}};
     for (const auto& [text, reason] : cases) {
         Config::Record record;
-        EXPECT_THAT(([&record, &text = text] { Config::read_json(text, record); }), ThrowsMessage<std::exception>(HasSubstr(reason))) << text.substr(0, 50);
+        EXPECT_THAT(([&record, &given = text] { Config::read_json(given, record); }), ThrowsMessage<std::exception>(HasSubstr(reason))) << text.substr(0, 50);
         EXPECT_EQ(Config::is_json(text), std::string_view(reason).find("must be") != std::string_view::npos) << text.substr(0, 50);
     }
 }
