@@ -58,7 +58,7 @@ class SetCommand(HostTest):
         CONFIG_FOLDER.mkdir()
         CONFIG_FILE.write_bytes(b'{"skip_power_check": true, "other": [], "self_update_addr": "file", "webapp_addr": "file"}\r\n')
         with CONFIG_FILE.open():
-            self.expect("set", "webapp_addr", "first", "webapp_addr", "last",
+            self.expect("set", "webapp_addr", "*", "webapp_addr", "last",
                         WEBAPP_ADDR="variable", SELF_UPDATE_ADDR="gelände", HOST_ID="no UUID",
                         written={"skip_power_check": True, "self_update_addr": "gelände", "webapp_addr": "last"})
         self.assertTrue(CONFIG_FILE.stat().st_mode & 0o200)
