@@ -4,7 +4,6 @@
 #include "crypto_win32/trust.h"
 #include "main/dispatch.h"
 #include "support/archive.h"
-#include "support/recorded_log.h"
 #include "system_win32/com.h"
 #include "system_win32/system_info.h"
 
@@ -173,6 +172,7 @@ void Machine::fake_files_and_processes() {
     fake(Fakes::GetConsoleMode, _, [](auto...) { return FALSE; });
     fake(Fakes::_write, _, [this](int file, const void* bytes, unsigned size) {
         streams_[file].append(static_cast<const char*>(bytes), size);
+        EXPECT_TRUE(Value(streams_[1], Not(HasSubstr("Please try"))) || Value(RecordedLog::lines, Contains(StartsWith("critical")))) << "the hint comes before the reason";
         return static_cast<int>(size);
     });
     fake(Fakes::SHGetKnownFolderPath, FieldsAre(AnyOf(FOLDERID_Windows, FOLDERID_ProgramData), 0U, IsNull(), NotNull()),
@@ -196,14 +196,14 @@ void Machine::fake_files_and_processes() {
     const auto start = [this](auto, auto, auto, auto, auto, auto, auto, auto, auto, PROCESS_INFORMATION* started) {
         wchar_t value[2]{};
         EXPECT_EQ((*Fakes::GetEnvironmentVariableW.original)(L"NoDefaultCurrentDirectoryInExePath", value, 2), 1U);
-        process = started->hProcess = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+        power_shell_ = started->hProcess = CreateEventW(nullptr, TRUE, TRUE, nullptr);
         started->hThread = CreateEventW(nullptr, TRUE, TRUE, nullptr);
         return put_file("WindowsUpdate.log", "3"), TRUE;
     };
     const auto is_sized = Pointee(Field(&STARTUPINFOW::cb, sizeof(STARTUPINFOW)));
     fake(Fakes::CreateProcessW, FieldsAre(IsNull(), _, IsNull(), IsNull(), FALSE, DWORD{CREATE_NO_WINDOW}, IsNull(), IsNull(), is_sized, _), start, "{1}");
     // The logging library waits as well.
-    expects(Fakes::WaitForSingleObject, Truly([this](const auto& arguments) { return std::get<0>(arguments) != process || std::get<1>(arguments) == INFINITE; }));
+    expects(Fakes::WaitForSingleObject, Truly([this](const auto& arguments) { return std::get<0>(arguments) != power_shell_ || std::get<1>(arguments) == INFINITE; }));
 }
 
 void Machine::fake_service_and_event_log() {

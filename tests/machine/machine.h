@@ -99,7 +99,6 @@ protected:
     TemporaryFolder folder;
     std::filesystem::path agent = folder.path / L"ProgramData" / L"corvel";
     std::filesystem::path windows = folder.path / L"Windows";
-    HANDLE process = nullptr; // of PowerShell
 
 private:
     // Puts a replacement in a function's place, for which every call must have the arguments that the matcher says, and
@@ -117,6 +116,7 @@ private:
     std::string configuration_; // of the file; empty if there is none
     std::string streams_[3];    // what was written to each descriptor
     Lines calls_;
+    HANDLE power_shell_ = nullptr;
     DWORD service_rights_ = 0;
     int handles_ = 0;
     Fakes::Replacements replaced_;
