@@ -21,8 +21,8 @@
 // denied. One that closes a handle fails with ERROR_INVALID_HANDLE and closes it all the same.
 // clang-format off
 #define CORVEL_OTHER_IMPORTS(X) \
-    X(CreateMutexA) X(CoUninitialize) X(DeregisterEventSource) X(GetConsoleMode) X(GetNativeSystemInfo) X(GetProductInfo) X(GetStdHandle) X(GetTickCount) X(RegisterEventSourceW) \
-    X(ReportEventW) X(SetDllDirectoryW) X(Sleep) X(WSACleanup) X(WaitForSingleObject) X(WriteConsoleW) X(_isatty)
+    X(CreateMutexA) X(CoUninitialize) X(DeregisterEventSource) X(GetConsoleMode) X(GetNativeSystemInfo) X(GetProductInfo) X(GetStdHandle) X(GetTickCount) X(GetTickCount64) \
+    X(RegisterEventSourceW) X(ReportEventW) X(SetDllDirectoryW) X(Sleep) X(WSACleanup) X(WaitForSingleObject) X(WriteConsoleW) X(_isatty)
 #define CORVEL_FAILING_IMPORTS(X) \
     X(CertAddCertificateContextToStore) X(CertAddStoreToCollection) X(CertCloseStore, FALSE, ERROR_INVALID_HANDLE) X(CertCreateCertificateChainEngine) \
     X(CertCreateCertificateContext) X(CertGetCertificateChain) X(CertNameToStrW) X(CertOpenStore) X(CertOpenSystemStoreW) X(ChangeServiceConfig2W) \

@@ -13,7 +13,7 @@ namespace FakedWmi {
 using Value = std::variant<std::monostate, std::wstring, LONG>;
 using Row = std::map<std::wstring, Value>;
 
-/// What every query returns, and the queries that were asked.
+/// What every query returns; the queries that were asked, and the end of COM among them.
 inline std::vector<Row> rows;
 inline std::vector<std::string> asked;
 inline std::size_t returned = 0;

@@ -65,7 +65,7 @@ bool succeeded(const void* handle) { return handle != nullptr && handle != INVAL
 Facts facts_of(const std::string& document) {
     Facts facts;
     const auto json = nlohmann::json::parse(document);
-    for (const auto& [name, value] : json.items()) { facts["fact " + name] = name == "system_uptime_since" ? std::to_string(value.dump().size()) : value.dump(); }
+    for (const auto& [name, value] : json.items()) { facts["fact " + name] = name == "system_uptime_since" ? std::regex_replace(value.dump(), std::regex(R"(\.\d{7})"), "") : value.dump(); }
     facts["fact cfgfile_filepath"] = ""; // of the temporary folder
     return facts;
 }
@@ -105,6 +105,7 @@ void Machine::restore(bool configured) {
     configuration_.clear();
     if (configured) {
         configure(R"({"log_level":"debug"})");
+        put_file(agent / L"update.log", "update");
         put_file(agent / L"agent.log", std::string(reinterpret_cast<const char*>(large.data()), 120000));
     }
     for (const char* name : {"release.json", "developer.p7s"}) { std::filesystem::copy(std::string("Z:" TEST_FIXTURES "/sample_authorities/") + name, folder.path); }
@@ -150,7 +151,7 @@ Facts Machine::facts() const {
     for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
         if (entry.path().extension() == L".zip") {
             const Archive archive(entry.path());
-            facts.insert(archive.members.begin(), archive.members.end());
+            for (const auto& [name, content] : archive.members) { facts[name] += content; }
             facts["archive"] = archive.complete ? "complete" : "incomplete";
         }
     }
@@ -250,7 +251,7 @@ void Machine::fake_service_and_event_log() {
 
 void Machine::fake_windows_and_network() {
     fake(Fakes::CoInitializeEx, FieldsAre(IsNull(), DWORD{COINIT_MULTITHREADED}), [](auto...) { return S_OK; });
-    fake(Fakes::CoUninitialize, _, [this] { calls_.push_back("end COM"); });
+    fake(Fakes::CoUninitialize, _, [] { FakedWmi::asked.push_back("end COM"); });
     fake(Fakes::GetProcAddress, _, [this](HMODULE library, LPCSTR name) {
         if (std::string_view(name) == "RtlGetVersion") { return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(rtl_get_version)); }
         if (std::string_view(name) == "IsWow64Process2") { return reinterpret_cast<FARPROC>(native_machine != 0 ? reinterpret_cast<void*>(is_wow64_process2) : nullptr); }
@@ -262,6 +263,8 @@ void Machine::fake_windows_and_network() {
     expects(Fakes::RegGetValueW, AnyOf(is_number, FieldsAre(HKEY_LOCAL_MACHINE, StrEq(key), _, DWORD{RRF_RT_REG_SZ}, _, _, Pointee(512U))));
     fake(Fakes::GetProductInfo, FieldsAre(6U, 3U, 0U, 0U, _), [this](auto, auto, auto, auto, DWORD* result) { return *result = product, TRUE; });
 
+    // It was started half a second after 14:05:09 on the 31st of January 2025.
+    fake(Fakes::GetTickCount64, _, [] { return static_cast<ULONGLONG>(std::chrono::system_clock::now().time_since_epoch() / std::chrono::milliseconds(1) - 1738332309500); });
     fake(Fakes::gethostname, FieldsAre(_, 256), [](char* buffer, auto) { return lstrcpyA(buffer, "gr\xFCn-and-more-than-fifteen"), 0; });
     fake(Fakes::MultiByteToWideChar, _, [](UINT page, auto... rest) { return (*Fakes::MultiByteToWideChar.original)(page == CP_ACP ? 1252 : page, rest...); });
     const auto is_tcp = Pointee(AllOf(Field(&ADDRINFOW::ai_flags, 0), Field(&ADDRINFOW::ai_family, 2), Field(&ADDRINFOW::ai_socktype, 1), Field(&ADDRINFOW::ai_protocol, 6)));

@@ -18,7 +18,7 @@ inline const Lines set_tenant = {"set", "tenant_id", tenant};
 inline const Lines create_support_bundle = {"create_support_bundle"};
 inline const Lines verify_release = {"verify_release", "release.json", "developer.p7s"};
 
-/// The facts of a bundle's document, each as "fact NAME"; of the time of the last start, only how long its text is.
+/// The facts of a bundle's document, each as "fact NAME"; the time of the last start without its fraction of a second.
 Facts facts_of(const std::string& document);
 
 /// The facts that differ, at most ten of what was expected and ten of what was got; empty if none does.

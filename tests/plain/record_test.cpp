@@ -39,7 +39,4 @@ TEST(Uuid, is_only_what_has_the_text_form_in_either_case) {
     for (const std::string& other : {std::string(), "{" + text + "}", " " + text, text + " ", text + "0", "€" + text, text + '\0', text.substr(1), std::string("6f9619ff8b86d011b42d00c04fc964ff")}) {
         EXPECT_TRUE(Config::Uuid::parse(other).is_nil()) << other;
     }
-    const Config::Uuid generated = Config::Uuid::generate();
-    EXPECT_EQ(Config::Uuid::parse(generated.text()).text(), generated.text());
-    EXPECT_FALSE(generated.is_nil());
 }

@@ -12,7 +12,7 @@ TEST_F(Set, stops_configures_and_starts_the_service_and_waits_as_the_service_ask
     std::vector<std::tuple<decltype(service), std::string, std::string>> cases = {{{{4, 0}, {3, 0}, {1, 0}, {2, 0}, {4, 0}}, "control 1; sleep 1000; delay start; start; sleep 1000", ""},
         {{{1, 0}, {4, 0}}, start, ""}, {{{3, 0}, {1, 0}, {4, 0}}, start, ""}, {{{1, 0}, {2, 0}, {1, 0}}, start + "; sleep 1000", unexpected("SERVICE_STOPPED", "SERVICE_RUNNING")},
         // 30 seconds are not over yet after six times five.
-        {{{4, 0}, {3, 50009}}, "control 1; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000",
+        {{{7, 0}, {3, 50009}}, "control 1; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000; sleep 5000",
             "error timeout reached corvel service state change to SERVICE_STOPPED\n" + notice}};
     for (const auto& [hint, sleep] : {std::pair(0UL, 1000), {9999UL, 1000}, {10010UL, 1001}, {99990UL, 9999}, {200000UL, 10000}}) {
         cases.push_back({{{1, 0}, {2, hint}, {4, 0}}, fmt::format("{}; sleep {}", start, sleep), ""});

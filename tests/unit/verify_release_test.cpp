@@ -15,7 +15,7 @@ static std::string verdict(bool developer, bool release) {
 TEST_F(VerifyRelease, judges_every_signer_by_itself_and_no_more_than_the_message_counts) {
     const Lines both = {"chain with flags 0", "chain with flags 1"}; // the flags are the signer's index
     const std::tuple<bool, LONG, bool, bool, Lines> cases[] = {
-        {true, 9, true, true, both}, {true, 1, true, false, {both[0]}}, {true, 0, true, false, {both[0]}}, {true, -1, true, false, {both[0]}}, {false, 9, false, true, {both[1]}}};
+        {true, 2, true, true, both}, {true, 1, true, false, {both[0]}}, {true, 0, true, false, {both[0]}}, {true, -1, true, false, {both[0]}}, {false, 9, false, true, {both[1]}}};
     for (const auto& [good, counted, trusts_developer, trusts_release, chains] : cases) {
         restore();
         signers = {{Crypto::developer_ca, good}, {Crypto::release_ca, true}};

@@ -2,6 +2,7 @@
 
 #include "support/archive.h"
 #include "support/unit_test.h"
+#include "zip/internal/archive_file.h"
 
 using namespace testing;
 
@@ -19,10 +20,11 @@ protected:
         put_file("c.log", "last");
     }
 
+    static constexpr auto member = [](const char* name) { return [=](Zip::Writer& writer) { return Zip::zip_add_file(writer, name, {}); }; };
+
     // Writes three members. Returns whether that succeeded, and what the archive holds between the first and the last.
-    static std::pair<bool, Members> write() {
-        const auto file = [](const char* name) { return [=](Zip::Writer& writer) { return Zip::zip_add_file(writer, name, {}); }; };
-        const bool good = Zip::write_zip("a.zip", {file("a.log"), file("b.log"), file("c.log")});
+    static std::pair<bool, Members> write(const Zip::MemberProducer& second = member("b.log")) {
+        const bool good = Zip::write_zip("a.zip", {member("a.log"), second, member("c.log")});
         Members members;
         for (const auto& [name, content] : Archive("a.zip").members) { members.push_back(brief(content)); }
         if (members.size() < 2 || members.front() != "small" || members.back() != "last") { return {good, {"not even the others"}}; }
@@ -32,7 +34,7 @@ protected:
 
 TEST_F(WriteZip, takes_of_a_file_what_can_be_read_of_the_length_that_it_had_and_goes_on_with_the_next) {
     // What the file holds from the first read on, which read fails, how long the file is said to be in units of 4 GiB.
-    const std::tuple<std::string, int, DWORD, std::string> cases[] = {{large + large, 0, 0, large}, {"cut", 0, 0, "cut"}, {large, 0, 1, large}, {large, 3, 0, large.substr(0, 32768)}};
+    const std::tuple<std::string, int, DWORD, std::string> cases[] = {{large + large, 0, 0, large}, {"cut", 0, 0, "cut"}, {large + large, 0, 1, large + large}, {large, 3, 0, large.substr(0, 32768)}};
     for (const auto& [later, fails, high, taken] : cases) {
         put_file("b.log", large);
         int reads = 0;
@@ -59,6 +61,12 @@ TEST_F(WriteZip, leaves_out_members_that_do_not_fit_onto_the_disk_and_tells_if_t
     // What was already written of a member that is dropped is not in the file's end either.
     for (room = 1000; room < 300000; room += 60000) { EXPECT_EQ(write(), std::pair(false, Members{})); }
     EXPECT_THAT(RecordedLog::take(), Contains(HasSubstr("mz error adding file b.log to zip: \"MZ_")));
+    room = 1000;
+    EXPECT_EQ(write([&](auto& writer) { return Zip::zip_add_text(writer, {"text", 0}, large.substr(0, 30000), "text"); }), std::pair(false, Members{}));
+    Zip::ArchiveFile archive;
+    archive.open("a.zip");
+    archive.rewind(1LL << 32);
+    EXPECT_FALSE(archive.write(reinterpret_cast<const std::byte*>("x"), 1) && archive.close()) << "begins anew at four gigabytes";
 }
 
 TEST_F(WriteZip, counts_a_file_that_goes_between_the_look_and_the_opening_as_absent) {
