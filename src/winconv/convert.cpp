@@ -55,8 +55,15 @@ std::wstring utf8_to_native(std::string_view text) {
 }
 
 std::wstring ansi_to_native(std::string_view text) {
-    DWORD ignored = ERROR_SUCCESS;
-    return text.empty() ? std::wstring() : widen(CP_ACP, text, ignored).value_or(std::wstring());
+    if (text.empty()) {
+        return {};
+    }
+    DWORD error = ERROR_SUCCESS;
+    const auto native = widen(CP_ACP, text, error);
+    if (!native) {
+        LOG_CRITICAL(Logger::main, "ANSI to UCS-2 conversion failed (error code: {})", error);
+    }
+    return native.value_or(std::wstring());
 }
 
 std::string native_to_utf8(std::wstring_view text) {

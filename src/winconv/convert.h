@@ -10,7 +10,7 @@ namespace WinConv {
 std::wstring utf8_to_native(std::string_view text);
 
 /// Converts text in the ANSI code page of the process, which is UTF-8 from Windows 10 1903 on, to UTF-16. A NUL ends
-/// the result. If the conversion fails, the result is empty.
+/// the result. If the conversion fails, the result is empty and the error is logged at Critical level.
 std::wstring ansi_to_native(std::string_view text);
 
 /// Converts UTF-16 to UTF-8. Ill-formed input becomes U+FFFD; an embedded NUL ends the result. If the conversion fails,
