@@ -88,6 +88,8 @@ class SupportBundle(HostTest):
             document = self.document()
             self.assertEqual([document[f"cfgfile_{key}"] for key in ("path_findable", "filepath", "contents", "exists", "readable", "json_malformed")],
                              [True, r"C:\ProgramData\corvel\corvel.json", content if there else "unknown", there, there, malformed])
+        CONFIG_FILE.write_bytes(b"\xFF")
+        self.assertNotIn("corvel_metadata.txt", self.create(good=False).namelist())
         CONFIG_FILE.unlink()
         CONFIG_FILE.mkdir()
         document = self.document(good=False)

@@ -41,7 +41,7 @@ inline HRESULT get(void*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
     const auto* const text = std::get_if<std::wstring>(&found->second);
     const auto* const number = std::get_if<LONG>(&found->second);
     value->vt = static_cast<VARTYPE>(text != nullptr ? VT_BSTR : number != nullptr ? VT_I4 : VT_NULL);
-    if (text != nullptr) { value->bstrVal = SysAllocString(text->c_str()); }
+    if (text != nullptr) { value->bstrVal = text->empty() ? nullptr : (*Fakes::SysAllocString.original)(text->c_str()); }
     if (number != nullptr) { value->lVal = *number; }
     return outcome;
 }

@@ -46,7 +46,7 @@ EventBatch large_batch() {
 
 // Puts names in place of the test's folder, of the time, and of how much there is of something.
 void name_time_and_place(std::string& text, const std::string& folder) {
-    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d)");
+    static const std::regex time(R"(\d{4}-\d\d-\d\d[_ ]\d\d[-:]\d\d[-:]\d\d(\.\d{7})?)");
     static const std::regex amount(R"(\d+(?= (bytes|Windows licenses)))");
     for (auto at = text.find(folder); at != std::string::npos; at = text.find(folder)) { text.replace(at, folder.size(), "<folder>"); }
     text = std::regex_replace(std::regex_replace(text, time, "<time>"), amount, "<n>");
@@ -110,7 +110,7 @@ void Machine::restore(bool configured) {
     }
     for (const char* name : {"release.json", "developer.p7s"}) { std::filesystem::copy(std::string("Z:" TEST_FIXTURES "/sample_authorities/") + name, folder.path); }
     SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", nullptr);
-    FakedWmi::rows = {{{L"OperatingSystemSKU", 48L}, {L"LicenseFamily", L"Pro"}, {L"LicenseStatus", 1L}, {L"Name", L"w"}, {L"ApplicationID", L"id"}}};
+    FakedWmi::rows = {{{L"OperatingSystemSKU", 48L}, {L"LicenseFamily", L"Pro"}, {L"LicenseStatus", 1L}, {L"Name", L"w\xD800"}, {L"ApplicationID", L"id"}}};
 }
 
 Outcome Machine::run(const Lines& arguments, const Change& change) {
@@ -240,12 +240,13 @@ void Machine::fake_service_and_event_log() {
     fake(Fakes::ControlService, _, permits(SERVICE_STOP), "control {1}");
     fake(Fakes::ChangeServiceConfig2W, FieldsAre(_, DWORD{SERVICE_CONFIG_DELAYED_AUTO_START_INFO}, is_delay), permits(SERVICE_CHANGE_CONFIG), "delay start");
     fake(Fakes::StartServiceW, FieldsAre(_, 0U, IsNull()), permits(SERVICE_START), "start");
-    // The clock moves only when somebody sleeps.
+    // The clock moves only when the tool sleeps.
     fake(Fakes::GetTickCount, _, [this] { return now; });
     fake(Fakes::Sleep, _, [this](DWORD milliseconds) {
+        // The logging library's thread sleeps as well, but not for long.
+        if (milliseconds < 100) { return (*Fakes::Sleep.original)(milliseconds); }
         now += milliseconds;
-        // The logging library sleeps as well, but not for long.
-        if (milliseconds >= 100) { calls_.push_back(fmt::format("sleep {}", milliseconds)); }
+        calls_.push_back(fmt::format("sleep {}", milliseconds));
     });
 }
 

@@ -5,7 +5,6 @@
 #include "support/recorded_log.h"
 #include "support/temporary_folder.h"
 
-#include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <gmock/gmock.h>
 

@@ -28,7 +28,7 @@ TEST(AtomicWrite, replaces_the_file_by_a_new_one_whatever_stands_in_the_way_even
 
 TEST(Read, opens_a_long_path_in_the_form_without_limit_and_names_it_as_given) {
     const std::wstring folder = L"\\" + std::wstring(300, L'x');
-    for (const auto& [root, extended] : {std::pair(L"C:", L"\\\\?\\C:"), {L"\\\\a\\b", L"\\\\?\\UNC\\a\\b"}}) {
+    for (const auto& [root, extended] : {std::pair(L"C:", L"\\\\?\\C:"), {L"\\\\a\\b", L"\\\\?\\UNC\\a\\b"}, {L"\\\\?\\C:", L"\\\\?\\C:"}}) {
         const Fakes::Replacement open(Fakes::CreateFileW, [expected = extended + folder](LPCWSTR opened, auto...) {
             EXPECT_EQ(opened, expected);
             return Fakes::refuse(ERROR_FILE_NOT_FOUND, INVALID_HANDLE_VALUE);

@@ -22,7 +22,8 @@ TEST(CreateDirectories, makes_all_missing_parents_and_lets_users_only_read_the_f
         if (security != nullptr) { ConvertSecurityDescriptorToStringSecurityDescriptorW(security->lpSecurityDescriptor, 1, DACL_SECURITY_INFORMATION, &text, nullptr); }
         rights.emplace_back(text == nullptr ? L"" : text);
         LocalFree(text);
-        return (*Fakes::CreateDirectoryW.original)(path, security);
+        (*Fakes::CreateDirectoryW.original)(path, security);
+        return Fakes::refuse(ERROR_ALREADY_EXISTS, FALSE); // as if another process had been faster
     });
     const auto deep = folder.path / L"\u20ac" / L"corvel";
     EXPECT_FALSE(Files::create_directories(deep));

@@ -109,4 +109,6 @@ TEST(EventSink, reports_the_statement_with_its_origin_and_the_statement_alone_by
     }
     EXPECT_EQ(reported, "4:20000003:TRACEL3 4:20000002:TRACEL2 4:20000001:TRACEL1 4:20000004:DEBUG 4:20000005:INFO 4:20000009:NOTICE "
                         "2:20000006:WARNING 1:20000007:ERROR 1:20000008:CRITICAL 1:20000007:ERROR end");
+    const Fakes::Replacement refuse(Fakes::RegisterEventSourceW, [](auto...) { return Fakes::refuse(ERROR_ACCESS_DENIED, HANDLE{}); });
+    EXPECT_THROW(System::WindowsEventSink(), std::system_error);
 }

@@ -39,7 +39,7 @@ TEST_F(SupportBundle, of_a_healthy_machine_holds_everything) {
                                      "SELECT Name, LicenseFamily, ApplicationId, LicenseStatus FROM SoftwareLicensingProduct", "end COM"));
     Facts expected = facts_of(R"({"agent_package_type": "MSI", "arch": {"build": "x86_64", "native": "x64"}, "cfgfile_contents": "{\"log_level\":\"debug\"}",)"
                               R"( "cfgfile_exists": true, "cfgfile_json_malformed": false, "cfgfile_path_findable": true, "cfgfile_readable": true, "entitlements":)"
-                              R"( [{"appid": "id", "family": "Pro", "status": "LICENSED", "type": "license", "value": "w"}], "hostname": "grün-and-more-than-fifteen",)"
+                              R"( [{"appid": "id", "family": "Pro", "status": "LICENSED", "type": "license", "value": "w\ufffd"}], "hostname": "grün-and-more-than-fifteen",)"
                               R"( "ip_addresses": "10.0.0.1", "logstyle": 0, "os_class": 4, "os_licenses": ["Pro", "product_type=48"],)"
                               R"( "os_name": "Windows 11 for x64-based Systems", "system_uptime_since": "2025-01-31 14:05:09.0000000"})");
     expected.merge(Facts{{"windows_cbs.log", "1"}, {"windows_reportingevents.log", "2"}, {"windows_update.log", "3"}, {"archive", "complete"}, {"agent.log", get_file(agent / L"agent.log")},
@@ -74,7 +74,7 @@ TEST_F(SupportBundle, tells_what_wmi_knows) {
     expect_changes({{"fact os_licenses", R"(["Unknown","product_type=0"])"}, {"fact entitlements", "[]"}});
     FakedWmi::rows.clear();
     const std::tuple<const wchar_t*, FakedWmi::Value, FakedWmi::Value> licences[] = {
-        {L"a", L"F", 0L}, {L"same", L"F", 0L}, {L"b", L"G", 0L}, {L"c", L"F", L"6"}, {L"d", {}, 7L}, {L"damaged, so the last", L"H", L"x"}, {L"f", L"I", 1L}};
+        {L"a", L"F", 0L}, {L"same", L"F", 0L}, {L"b", L"G", 0L}, {L"c", L"F", L"6"}, {L"d", L"", 7L}, {L"damaged, so the last", L"H", L"x"}, {L"f", L"I", 1L}};
     for (const auto& [name, family, status] : licences) { FakedWmi::rows.push_back({{L"Name", name}, {L"LicenseFamily", family}, {L"LicenseStatus", status}, {L"OperatingSystemSKU", 1L}}); }
     const char* const listed = R"([{"family":"F","status":"UNLICENSED","type":"license","value":"a"},{"family":"G","status":"UNLICENSED","type":"license","value":"b"},)"
                                R"({"family":"F","status":"EXTENDED_GRACE","type":"license","value":"c"},{"type":"license","value":"d"}])";

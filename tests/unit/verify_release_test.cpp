@@ -3,6 +3,7 @@
 #include "machine/machine.h"
 
 #include "crypto_win32/internal/authorities.h"
+#include "crypto_win32/trust.h"
 
 using VerifyRelease = Machine;
 
@@ -24,6 +25,7 @@ TEST_F(VerifyRelease, judges_every_signer_by_itself_and_no_more_than_the_message
         EXPECT_EQ(outcome.out, verdict(trusts_developer, trusts_release));
         EXPECT_EQ(outcome.calls, chains);
     }
+    EXPECT_FALSE(Crypto::verify({"", 1ULL << 32}, "signature").trusted_release) << "the system is asked for the first of 4 GiB";
 }
 
 TEST_F(VerifyRelease, says_what_failed) {
@@ -31,7 +33,8 @@ TEST_F(VerifyRelease, says_what_failed) {
     const std::string unread = "Failed to read inputs: read: ";
     const std::string unverified = verdict(false, false);
     expect_messages(verify_release, "status 1",
-        {{"CertOpenStore 1", "", fatal + "create internal certificate store: 5\n"}, {"CertCreateCertificateContext 2", "", fatal + "add release CA to certificate store: 5\n"},
+        {{"CreateFileW 1", "", "Fatal exception occurred loading config: FATAL ERROR: Failed to read config file: read: <folder>\\ProgramData\\corvel\\corvel.json: Permission denied\n"},
+            {"CertOpenStore 1", "", fatal + "create internal certificate store: 5\n"}, {"CertCreateCertificateContext 2", "", fatal + "add release CA to certificate store: 5\n"},
             {"CertNameToStrW 1", "", fatal + "get certificate subject name\n"}, {"CertNameToStrW 4", "", fatal + "get certificate subject name\n"},
             {"CertAddCertificateContextToStore 2", "", fatal + "add release CA to certificate store: 5\n"}, {"CertOpenStore 2", "", fatal + "create certficate store collection: 5\n"},
             {"CertAddStoreToCollection 1", "", fatal + "add internal certificate store to collection: 5\n"}, {"CertOpenSystemStoreW 1", "", fatal + "open system certificate store: 5\n"},
