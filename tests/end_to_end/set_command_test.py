@@ -43,7 +43,8 @@ class SetCommand(HostTest):
                               (["a", "b", "tenant_id", "x"], "Error: tenant_id must be a valid UUID and not nil"),
                               (["tenant_id", NIL], "Error: tenant_id must be a valid UUID and not nil"),
                               (["self_update", "yes", "tenant_id", ID], f"{value} self_update: {json_type('boolean', 'string')}"),
-                              (["webapp_addr", "123", "log_level", "debug"], f"{value} webapp_addr: {json_type('string', 'number')}\n{value} log_level: {json_text(1, 'd')}"),
+                              (["webapp_addr", "123", "log_level", "debug", "self_update", "false"],
+                               f"{value} webapp_addr: {json_type('string', 'number')}\n{value} log_level: {json_text(1, 'd')}"),
                               (["self_update_profile", "test"], f"{value} self_update_profile: {json_text(2, 'te')}"),
                               (["b", "€", "tenant_id", ID, "a", "c"], 'Unknown key/value pairs: {"a": "c", "b": "€"}')):
             self.expect("set", *operands, err=f"{err}\n")
