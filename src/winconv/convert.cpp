@@ -26,8 +26,11 @@ void cut_at_nul(std::basic_string<Char>& text, int converted) {
     text.erase(std::find(text.begin(), text.end(), Char{}), text.end());
 }
 
-// Converts text that is not empty. On failure, returns std::nullopt and sets `error` to the Windows error.
+// On failure, returns std::nullopt and sets `error` to the Windows error.
 std::optional<std::wstring> widen(UINT code_page, std::string_view text, DWORD& error) {
+    if (text.empty()) {
+        return std::wstring();
+    }
     const int length = api_length(text.size());
     std::wstring native(text.size() + 1, L'\0');
     const int converted = MultiByteToWideChar(code_page, 0, text.data(), length, native.data(), length);
@@ -42,9 +45,6 @@ std::optional<std::wstring> widen(UINT code_page, std::string_view text, DWORD& 
 } // namespace
 
 std::wstring utf8_to_native(std::string_view text) {
-    if (text.empty()) {
-        return {};
-    }
     DWORD error = ERROR_SUCCESS;
     const auto native = widen(CP_UTF8, text, error);
     if (!native) {
@@ -55,9 +55,6 @@ std::wstring utf8_to_native(std::string_view text) {
 }
 
 std::wstring ansi_to_native(std::string_view text) {
-    if (text.empty()) {
-        return {};
-    }
     DWORD error = ERROR_SUCCESS;
     const auto native = widen(CP_ACP, text, error);
     if (!native) {
