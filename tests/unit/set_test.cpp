@@ -31,6 +31,7 @@ TEST_F(Set, stops_configures_and_starts_the_service_and_waits_as_the_service_ask
 }
 
 TEST_F(Set, says_what_failed) {
+    EXPECT_THAT(run({"set", "tenant_id", ""}).log, testing::Not(testing::Contains(testing::StartsWith("critical")))) << "an empty text is no failure";
     const std::string loading = "Fatal exception occurred loading config: FATAL ERROR: ";
     const std::string file = R"(<folder>\ProgramData\corvel\corvel.json)";
     const std::string denied = ": 0x5 - Access denied.\n" + notice;
